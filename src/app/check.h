@@ -1,0 +1,14 @@
+#pragma once
+
+// Guards a step that needs a device object: when the expression fails, logs
+// FAILED : "<expression>" in "<source below src/>"(<line>) and returns false
+// from the calling function.
+void LogCheckFailure(const char* expression, const char* file, long line);
+
+#define CHECK(expr)                                          \
+    do {                                                     \
+        if (!(expr)) {                                       \
+            LogCheckFailure(#expr, __FILE__, __LINE__);      \
+            return false;                                    \
+        }                                                    \
+    } while (0)
