@@ -1,0 +1,19 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+// Number text in the "C" locale, whatever locale the process runs in: stored
+// files always use a point as decimal separator.
+
+// printf's "%.<precision>g".
+std::string FormatG(double value, int precision = 6);
+
+// Reads one number the way strtof/strtol do (leading blanks, sign, trailing
+// rubbish ignored). Returns false and leaves `out` alone when nothing is read.
+bool ParseFloat(std::string_view text, float& out);
+bool ParseDouble(std::string_view text, double& out);
+bool ParseLong(std::string_view text, long& out);
+
+// sscanf(text, "%f %f ...") for `count` fields: returns how many were read.
+int ScanFloats(std::string_view text, float* out, int count);

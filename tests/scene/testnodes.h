@@ -1,0 +1,86 @@
+#pragma once
+
+#include "ports/types/portfloat.h"
+#include "scene/node.h"
+#include "scene/nodeinfo.h"
+
+#include <memory>
+#include <string>
+#include <vector>
+
+// Node classes for graph tests: "Out" = sum of inputs "A" and "B" + "Bias".
+// Each evaluation is recorded in a shared journal.
+class CSumNode : public CNode
+{
+public:
+    bool Init() override
+    {
+        m_a = GetInPort<CPortFloat>("A");
+        m_b = GetInPort<CPortFloat>("B");
+        m_bias = GetInPort<CPortFloat>("Bias");
+        m_out = GetOutPort<CPortFloat>("Out");
+        return m_a && m_b && m_bias && m_out;
+    }
+
+    void Update(float time, CSceneContext*) override
+    {
+        if (s_journal)
+            s_journal->push_back(m_name);
+        m_lastTime = time;
+        UpdateInPorts(time);
+        const float sum = m_a->m_value + m_b->m_value + m_bias->m_value;
+        if (sum != m_out->m_value) {
+            m_out->m_value = sum;
+            m_out->m_changed = true;
+        }
+    }
+
+    bool RestoreDevice(CRender*) override
+    {
+        ++m_restores;
+        return true;
+    }
+    void InvalidateDevice(CRender*) override { ++m_invalidates; }
+
+    static inline std::vector<std::string>* s_journal = nullptr;
+
+    CPortFloat* m_a = nullptr;
+    CPortFloat* m_b = nullptr;
+    CPortFloat* m_bias = nullptr;
+    CPortFloat* m_out = nullptr;
+    float m_lastTime = -1.0f;
+    int m_restores = 0;
+    int m_invalidates = 0;
+};
+
+// Evaluated on every pull, like the nodes that feed "(Local)" ports.
+class CUncachedSumNode : public CSumNode
+{
+public:
+    bool Init() override
+    {
+        m_updateOnce = false;
+        return CSumNode::Init();
+    }
+};
+
+inline std::unique_ptr<CNodeInfo> MakeSumInfo(const char* name, CNodeInfo::CreateFunction create)
+{
+    auto info = std::make_unique<CNodeInfo>(NG_Values, name, create);
+    info->m_desc = "Adds its inputs";
+    info->AddInPort(std::make_unique<CPortFloat>("A", "first term", 0.0f, 0.1f, -1000.0f, 1000.0f));
+    info->AddInPort(std::make_unique<CPortFloat>("B", "second term", 0.0f, 0.1f, -1000.0f, 1000.0f));
+    info->AddInPort(std::make_unique<CPortFloat>("Bias", "added", 0.0f, 0.1f, -1000.0f, 1000.0f));
+    info->AddOutPort(std::make_unique<CPortFloat>("Out", "sum", 0.0f, 0.1f, -1000.0f, 1000.0f));
+    return info;
+}
+
+template <class TNode>
+std::unique_ptr<TNode> MakeNode(const CNodeInfo& info, const char* name)
+{
+    auto node = std::make_unique<TNode>();
+    node->SetType(info);
+    node->Init();
+    node->m_name = name;
+    return node;
+}
