@@ -1,0 +1,20 @@
+#pragma once
+
+#include <string>
+
+// Installs handlers for the fatal signals for its lifetime. On a crash the
+// log is flushed and closed, "crash.txt" with the trace stack and a backtrace
+// is written to `directory`, and the signal is raised again with its default
+// action, so the process still ends as it would have.
+class CCrashHandler
+{
+public:
+    explicit CCrashHandler(const std::string& directory);
+    ~CCrashHandler();
+    CCrashHandler(const CCrashHandler&) = delete;
+    CCrashHandler& operator=(const CCrashHandler&) = delete;
+
+    // Where the report goes; the user directory is known only after the
+    // handler is installed.
+    void SetDirectory(const std::string& directory);
+};
