@@ -1,12 +1,11 @@
 #include "app/check.h"
 #include "app/log.h"
 #include "app/trace.h"
-#include "support/tempdir.h"
+#include "support/logcapture.h"
 
 #include <gtest/gtest.h>
 
 #include <memory>
-#include <regex>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -22,12 +21,9 @@ std::vector<std::string> Lines(const std::string& text)
     return lines;
 }
 
-// The text of a log line, after its time stamp.
 std::string Message(const std::string& line)
 {
-    static const std::regex stamp(R"(^\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3}: )");
-    EXPECT_TRUE(std::regex_search(line, stamp)) << line;
-    return std::regex_replace(line, stamp, "");
+    return LogMessage(line);
 }
 
 void WriteLine(CLog& log, bool isError, const char* format, ...)
@@ -37,23 +33,6 @@ void WriteLine(CLog& log, bool isError, const char* format, ...)
     log.Write(isError, format, args);
     va_end(args);
 }
-
-// Routes the global log into a file of the test's own for the test's lifetime.
-class GlobalLogToFile
-{
-public:
-    explicit GlobalLogToFile(const std::string& path) : m_saved(g_log)
-    {
-        g_log = &m_log;
-        m_log.SetLogFile(path.c_str());
-    }
-    ~GlobalLogToFile() { g_log = m_saved; }
-    CLog& Get() { return m_log; }
-
-private:
-    CLog m_log;
-    CLog* m_saved;
-};
 
 } // namespace
 
@@ -136,10 +115,10 @@ TEST(Log, UnusableFileNamesTurnLoggingOffQuietly)
 
 TEST(Trace, LoggedMarkersIndentTheLogAsACallTree)
 {
-    CTempDir dir;
     const int depthBefore = g_traceStack.m_depth;
+    std::vector<std::string> lines;
     {
-        GlobalLogToFile log(dir.File("log.txt"));
+        CLogCapture log;
         {
             TRACE_LOG("COuter::Run");
             {
@@ -148,18 +127,17 @@ TEST(Trace, LoggedMarkersIndentTheLogAsACallTree)
                 Log("inside");
             }
         }
-        log.Get().CloseLog();
+        lines = log.Messages();
     }
     EXPECT_EQ(g_traceStack.m_depth, depthBefore);
 
-    const auto lines = Lines(ReadFile(dir.File("log.txt")));
     ASSERT_EQ(lines.size(), 5u);
     const std::string base(depthBefore, ' ');
-    EXPECT_EQ(Message(lines[0]), base + " >COuter::Run");
-    EXPECT_EQ(Message(lines[1]), base + "   >CInner::Work");
-    EXPECT_EQ(Message(lines[2]), "inside");
-    EXPECT_EQ(Message(lines[3]), base + "   <CInner::Work");
-    EXPECT_EQ(Message(lines[4]), base + " <COuter::Run");
+    EXPECT_EQ(lines[0], base + " >COuter::Run");
+    EXPECT_EQ(lines[1], base + "   >CInner::Work");
+    EXPECT_EQ(lines[2], "inside");
+    EXPECT_EQ(lines[3], base + "   <CInner::Work");
+    EXPECT_EQ(lines[4], base + " <COuter::Run");
 }
 
 TEST(Trace, DepthPast64IsToleratedAndBalances)
@@ -177,8 +155,11 @@ TEST(Trace, DepthPast64IsToleratedAndBalances)
 }
 
 namespace {
+long g_checkLine = 0;
+
 bool GuardedStep(bool deviceObjectMade)
 {
+    g_checkLine = __LINE__ + 1;
     CHECK(deviceObjectMade);
     return true;
 }
@@ -186,16 +167,11 @@ bool GuardedStep(bool deviceObjectMade)
 
 TEST(Check, FailureLogsExpressionSourceAndLineAndReturnsFalse)
 {
-    CTempDir dir;
-    {
-        GlobalLogToFile log(dir.File("log.txt"));
-        EXPECT_TRUE(GuardedStep(true));
-        EXPECT_FALSE(GuardedStep(false));
-        log.Get().CloseLog();
-    }
-    const auto lines = Lines(ReadFile(dir.File("log.txt")));
-    ASSERT_EQ(lines.size(), 1u);
-    EXPECT_TRUE(std::regex_match(Message(lines[0]),
-                                 std::regex(R"(FAILED : "deviceObjectMade" in "[^"]*app/log_test"\(\d+\))")))
-        << lines[0];
+    CLogCapture log;
+    EXPECT_TRUE(GuardedStep(true));
+    EXPECT_FALSE(GuardedStep(false));
+    const std::string file = __FILE__;
+    const std::string stem = file.substr(0, file.rfind('.')); // the log leaves the extension out
+    EXPECT_EQ(log.Messages(), (std::vector<std::string>{"FAILED : \"deviceObjectMade\" in \"" + stem + "\"(" +
+                                                        std::to_string(g_checkLine) + ")"}));
 }

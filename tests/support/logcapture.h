@@ -6,6 +6,10 @@
 #include <string>
 #include <vector>
 
+// The text of a log line after its "YYYY-MM-DD hh:mm:ss.mmm: " time stamp;
+// a line without a well-formed stamp comes back whole, marked "<no stamp>".
+std::string LogMessage(const std::string& line);
+
 // Sends the global log to a file of the test's own while it lives, and reads
 // back the messages without their time stamps.
 class CLogCapture
