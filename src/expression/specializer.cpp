@@ -1,0 +1,322 @@
+#include "expression/specializer.h"
+
+#include "expression/exception.h"
+#include "expression/functionnode.h"
+#include "expression/node.h"
+#include "expression/sumnode.h"
+
+#include <cerrno>
+#include <climits>
+#include <cmath>
+#include <typeinfo>
+
+namespace ExprEval {
+
+namespace {
+
+// The specialised nodes are made from parsed nodes and are never parsed.
+class BuiltNode : public Node
+{
+public:
+    using Node::Node;
+    void Parse(Parser&, long, long, long) final { throw SyntaxException(); }
+};
+
+struct ConstantOperand
+{
+    double value;
+    unsigned checks;
+    double Get(Expression& expression) const
+    {
+        expression.CheckAbort(checks);
+        return value;
+    }
+};
+
+struct VariableOperand
+{
+    const double* address;
+    double Get(Expression& expression) const
+    {
+        expression.CheckAbort();
+        return *address;
+    }
+};
+
+struct SubtreeOperand
+{
+    std::unique_ptr<Node> node;
+    double Get(Expression&) const { return node->Evaluate(); }
+};
+
+template <class T>
+T Take(Operand& operand)
+{
+    if constexpr (std::is_same_v<T, ConstantOperand>)
+        return {operand.value, operand.checks};
+    else if constexpr (std::is_same_v<T, VariableOperand>)
+        return {operand.address};
+    else
+        return {std::move(operand.node)};
+}
+
+// Each operation evaluates its operands in the order of the generic node.
+struct AddOp
+{
+    template <class L, class R>
+    static double Apply(Expression& e, const L& left, const R& right)
+    {
+        double a = left.Get(e);
+        return a + right.Get(e);
+    }
+};
+
+struct SubtractOp
+{
+    template <class L, class R>
+    static double Apply(Expression& e, const L& left, const R& right)
+    {
+        double a = left.Get(e);
+        return a - right.Get(e);
+    }
+};
+
+struct MultiplyOp
+{
+    template <class L, class R>
+    static double Apply(Expression& e, const L& left, const R& right)
+    {
+        double a = left.Get(e);
+        return a * right.Get(e);
+    }
+};
+
+struct DivideOp
+{
+    template <class L, class R>
+    static double Apply(Expression& e, const L& left, const R& right)
+    {
+        double divisor = right.Get(e);
+        if (divisor == 0.0)
+            ThrowDivideByZeroException();
+        return left.Get(e) / divisor;
+    }
+};
+
+struct ExponentOp
+{
+    template <class L, class R>
+    static double Apply(Expression& e, const L& left, const R& right)
+    {
+        errno = 0;
+        double base = left.Get(e);
+        double exponent = right.Get(e);
+        double result = std::pow(base, exponent);
+        if (errno)
+            ThrowMathException("^");
+        return result;
+    }
+};
+
+template <class Op, class L, class R>
+class BinaryOf final : public BuiltNode
+{
+public:
+    BinaryOf(Expression* expression, L left, R right)
+        : BuiltNode(expression), m_left(std::move(left)), m_right(std::move(right))
+    {
+    }
+    double Compute() override { return Op::Apply(*m_expression, m_left, m_right); }
+
+private:
+    L m_left;
+    R m_right;
+};
+
+template <class L>
+class NegateOf final : public BuiltNode
+{
+public:
+    NegateOf(Expression* expression, L operand) : BuiltNode(expression), m_operand(std::move(operand)) {}
+    double Compute() override { return -m_operand.Get(*m_expression); }
+
+private:
+    L m_operand;
+};
+
+template <class R>
+class AssignOf final : public BuiltNode
+{
+public:
+    AssignOf(Expression* expression, double* target, R right)
+        : BuiltNode(expression), m_target(target), m_right(std::move(right))
+    {
+    }
+    double Compute() override
+    {
+        double value = m_right.Get(*m_expression);
+        *m_target = value;
+        return value;
+    }
+
+private:
+    double* m_target;
+    R m_right;
+};
+
+// Calls make(operand) with the operand as the struct of its kind.
+template <class Make>
+std::unique_ptr<Node> WithOperand(Operand& operand, Make make)
+{
+    switch (operand.kind) {
+    case Operand::Kind::Constant: return make(Take<ConstantOperand>(operand));
+    case Operand::Kind::Variable: return make(Take<VariableOperand>(operand));
+    default: return make(Take<SubtreeOperand>(operand));
+    }
+}
+
+template <class T>
+bool IsExactly(const Node& node)
+{
+    return typeid(node) == typeid(T);
+}
+
+// A sentinel no C library function stores, to tell "errno untouched" from
+// "errno cleared" while folding.
+constexpr int ErrnoUntouched = 0x4c4d5258;
+
+} // namespace
+
+Operand Specializer::ToOperand(std::unique_ptr<Node> node)
+{
+    Operand operand;
+    if (auto* value = dynamic_cast<ValueNode*>(node.get())) {
+        operand.known = true;
+        if (!value->m_clearsErrno) {
+            operand.kind = Operand::Kind::Constant;
+            operand.value = value->m_value;
+            operand.checks = 1 + value->m_extraChecks;
+            return operand;
+        }
+    } else if (auto* variable = dynamic_cast<VariableNode*>(node.get()); variable && IsExactly<VariableNode>(*node)) {
+        operand.kind = Operand::Kind::Variable;
+        operand.address = variable->m_address;
+        return operand;
+    }
+    operand.kind = Operand::Kind::Subtree;
+    operand.node = std::move(node);
+    return operand;
+}
+
+std::unique_ptr<Node> Specializer::Fold(Node& node)
+{
+    // Evaluates on the side: the abort countdown and errno are the caller's.
+    struct Saved
+    {
+        Expression& expression;
+        unsigned count = expression.m_abortCount;
+        int error = errno;
+        ~Saved()
+        {
+            expression.m_abortCount = count;
+            errno = error;
+        }
+    } saved{m_expression};
+
+    m_expression.m_abortCount = UINT_MAX;
+    errno = ErrnoUntouched;
+    double value;
+    try {
+        value = node.Evaluate();
+    } catch (const Exception&) {
+        return nullptr;
+    }
+    const unsigned checks = UINT_MAX - m_expression.m_abortCount;
+    const int error = errno;
+    if (error != 0 && error != ErrnoUntouched)
+        return nullptr;
+    auto folded = std::make_unique<ValueNode>(&m_expression, value);
+    folded->m_extraChecks = checks - 1;
+    folded->m_clearsErrno = error == 0;
+    return folded;
+}
+
+template <class Op>
+std::unique_ptr<Node> Specializer::SpecializeBinary(std::unique_ptr<Node> node)
+{
+    auto& binary = static_cast<BinaryNode&>(*node);
+    if (dynamic_cast<ValueNode*>(binary.m_left.get()) && dynamic_cast<ValueNode*>(binary.m_right.get())) {
+        if (auto folded = Fold(binary))
+            return folded;
+    }
+    Operand left = ToOperand(std::move(binary.m_left));
+    Operand right = ToOperand(std::move(binary.m_right));
+    Expression* expression = &m_expression;
+    return WithOperand(left, [&](auto l) {
+        return WithOperand(right, [&](auto r) {
+            return std::unique_ptr<Node>(
+                std::make_unique<BinaryOf<Op, decltype(l), decltype(r)>>(expression, std::move(l), std::move(r)));
+        });
+    });
+}
+
+std::unique_ptr<Node> Specializer::Specialize(std::unique_ptr<Node> node)
+{
+    Node& n = *node;
+    if (IsExactly<VariableNode>(n)) {
+        // A constant can't change once added, so its value is taken now.
+        auto& variable = static_cast<VariableNode&>(n);
+        if (variable.m_constant)
+            return std::make_unique<ValueNode>(&m_expression, *variable.m_address);
+        return node;
+    }
+    if (IsExactly<AddNode>(n))
+        return SpecializeBinary<AddOp>(std::move(node));
+    if (IsExactly<SubtractNode>(n))
+        return SpecializeBinary<SubtractOp>(std::move(node));
+    if (IsExactly<MultiplyNode>(n))
+        return SpecializeBinary<MultiplyOp>(std::move(node));
+    if (IsExactly<DivideNode>(n))
+        return SpecializeBinary<DivideOp>(std::move(node));
+    if (IsExactly<ExponentNode>(n))
+        return SpecializeBinary<ExponentOp>(std::move(node));
+    if (IsExactly<NegateNode>(n)) {
+        auto& negate = static_cast<NegateNode&>(n);
+        if (dynamic_cast<ValueNode*>(negate.m_operand.get())) {
+            if (auto folded = Fold(negate))
+                return folded;
+        }
+        Operand operand = ToOperand(std::move(negate.m_operand));
+        Expression* expression = &m_expression;
+        return WithOperand(operand, [&](auto o) {
+            return std::unique_ptr<Node>(std::make_unique<NegateOf<decltype(o)>>(expression, std::move(o)));
+        });
+    }
+    if (IsExactly<AssignNode>(n)) {
+        auto& assign = static_cast<AssignNode&>(n);
+        Operand right = ToOperand(std::move(assign.m_right));
+        Expression* expression = &m_expression;
+        double* target = assign.m_target;
+        return WithOperand(right, [&](auto r) {
+            return std::unique_ptr<Node>(std::make_unique<AssignOf<decltype(r)>>(expression, target, std::move(r)));
+        });
+    }
+    if (IsExactly<SumNode>(n)) {
+        if (static_cast<SumNode&>(n).m_known) {
+            if (auto folded = Fold(n))
+                return folded;
+        }
+        return node;
+    }
+    if (auto* function = dynamic_cast<FunctionNode*>(&n); function && function->m_pure && function->m_refs.empty()) {
+        for (auto& argument : function->m_nodes) {
+            if (!dynamic_cast<ValueNode*>(argument.get()))
+                return node;
+        }
+        if (auto folded = Fold(n))
+            return folded;
+    }
+    return node;
+}
+
+} // namespace ExprEval
