@@ -12,6 +12,7 @@
 
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
 #include <string_view>
 
 namespace {
@@ -66,7 +67,8 @@ int main(int argc, char** argv)
     TRACE_LOG("main");
 
     CCfg config;
-    config.Load(g_paths.m_configPath);
+    if (!config.Load(g_paths.m_configPath) && !std::filesystem::exists(g_paths.m_configPath))
+        Log("No configuration file \"%s\" yet; the defaults apply", g_paths.m_configPath.c_str());
 
     CNodeFactory* factory = CNodeFactory::Get();
     factory->Init();
