@@ -4,6 +4,7 @@
 #include "expression/exception.h"
 #include "expression/functionlist.h"
 #include "expression/functionnode.h"
+#include "expression/power.h"
 
 #include <cerrno>
 #include <cmath>
@@ -15,12 +16,38 @@ namespace {
 constexpr double Pi = 3.141592653589793;
 constexpr double TwoPi = 6.283185307179586;
 
-// Shared by the function nodes: arguments by index, and the errno test of
-// the C library functions.
+// The function itself, hidden from the optimizer. GCC takes sin, cos, tan,
+// tanh and atan never to set errno and drops the errno test after them.
+template <class F>
+F Opaque(F function)
+{
+    asm("" : "+r"(function));
+    return function;
+}
+
+// Shared by the function nodes: Compute and Run around the function's
+// Body, arguments by index, and the errno test of the C library functions.
+template <class Self>
 class BuiltinNode : public FunctionNode
 {
+public:
+    double Compute() final
+    {
+        Args args{*this, TakeCountdown()};
+        double value = static_cast<Self*>(this)->Body(args);
+        PutCountdown(args.countdown);
+        return value;
+    }
+
+    Counted Run(unsigned countdown) final
+    {
+        Args args{*this, Check(countdown)};
+        double value = static_cast<Self*>(this)->Body(args);
+        return {value, args.countdown};
+    }
+
 protected:
-    BuiltinNode(Expression* expression, long minValues, long maxValues, long references = 0)
+    BuiltinNode(Expression* expression, long minValues, long maxValues, long references)
         : FunctionNode(expression)
     {
         SetArgumentLimits(minValues, maxValues, references, references);
@@ -28,30 +55,48 @@ protected:
             SetPure();
     }
 
-    double Arg(size_t index) { return m_nodes[index]->Evaluate(); }
-    size_t ArgCount() const { return m_nodes.size(); }
+    // The argument reader, which carries the abort countdown along.
+    struct Args
+    {
+        BuiltinNode& node;
+        unsigned countdown;
+
+        double operator[](size_t index)
+        {
+            Counted result = RunChild(*node.m_nodes[index], countdown);
+            countdown = result.countdown;
+            return result.value;
+        }
+        size_t Count() const { return node.m_nodes.size(); }
+        double*& Reference(size_t index) const { return node.m_refs[index]; }
+        [[noreturn]] void FailMath(const char* name) const
+        {
+            node.PutCountdown(countdown);
+            ThrowMathException(name);
+        }
+    };
 
     // Clears errno before the argument runs, so that only this call, or an
     // argument that leaves errno set, can stop the evaluation.
     template <double (*F)(double)>
-    double Guarded1(const char* name)
+    static double Guarded1(Args& args, const char* name)
     {
         errno = 0;
-        double result = F(Arg(0));
+        double result = Opaque(F)(args[0]);
         if (errno)
-            ThrowMathException(name);
+            args.FailMath(name);
         return result;
     }
 
     template <double (*F)(double, double)>
-    double Guarded2(const char* name)
+    static double Guarded2(Args& args, const char* name)
     {
         errno = 0;
-        double a = Arg(0);
-        double b = Arg(1);
-        double result = F(a, b);
+        double a = args[0];
+        double b = args[1];
+        double result = Opaque(F)(a, b);
         if (errno)
-            ThrowMathException(name);
+            args.FailMath(name);
         return result;
     }
 };
@@ -65,12 +110,12 @@ double Truth(bool value)
 
 #define LUMORA_FUNCTION(NAME, MIN_VALUES, MAX_VALUES, REFERENCES, ...)                          \
     namespace {                                                                             \
-    class NAME##_FunctionNode final : public BuiltinNode                                    \
+    class NAME##_FunctionNode final : public BuiltinNode<NAME##_FunctionNode>               \
     {                                                                                       \
     public:                                                                                 \
         explicit NAME##_FunctionNode(Expression* expression)                                \
             : BuiltinNode(expression, MIN_VALUES, MAX_VALUES, REFERENCES) {}                \
-        double Compute() override __VA_ARGS__                                               \
+        static double Body(Args& arg) __VA_ARGS__                                           \
     };                                                                                      \
     class NAME##_FunctionFactory final : public FunctionFactory                             \
     {                                                                                       \
@@ -84,148 +129,148 @@ double Truth(bool value)
     }
 
 // Arithmetic
-LUMORA_FUNCTION(abs, 1, 1, 0, { return std::fabs(Arg(0)); })
-LUMORA_FUNCTION(mod, 2, 2, 0, { return Guarded2<::fmod>("mod"); })
+LUMORA_FUNCTION(abs, 1, 1, 0, { return std::fabs(arg[0]); })
+LUMORA_FUNCTION(mod, 2, 2, 0, { return Guarded2<::fmod>(arg, "mod"); })
 LUMORA_FUNCTION(ipart, 1, 1, 0, {
     double whole;
-    std::modf(Arg(0), &whole);
+    std::modf(arg[0], &whole);
     return whole;
 })
 LUMORA_FUNCTION(fpart, 1, 1, 0, {
     double whole;
-    return std::modf(Arg(0), &whole);
+    return std::modf(arg[0], &whole);
 })
 // Only a strictly smaller (larger) value replaces the first, so a NaN after
 // the first is passed over.
 LUMORA_FUNCTION(min, 2, FunctionNode::Unlimited, 0, {
-    double result = Arg(0);
-    for (size_t i = 1; i < ArgCount(); ++i) {
-        double value = Arg(i);
+    double result = arg[0];
+    for (size_t i = 1; i < arg.Count(); ++i) {
+        double value = arg[i];
         if (value < result)
             result = value;
     }
     return result;
 })
 LUMORA_FUNCTION(max, 2, FunctionNode::Unlimited, 0, {
-    double result = Arg(0);
-    for (size_t i = 1; i < ArgCount(); ++i) {
-        double value = Arg(i);
+    double result = arg[0];
+    for (size_t i = 1; i < arg.Count(); ++i) {
+        double value = arg[i];
         if (value > result)
             result = value;
     }
     return result;
 })
-LUMORA_FUNCTION(sqrt, 1, 1, 0, { return Guarded1<::sqrt>("sqrt"); })
+LUMORA_FUNCTION(sqrt, 1, 1, 0, { return Guarded1<::sqrt>(arg, "sqrt"); })
 
 // Trigonometric and hyperbolic, in radians
-LUMORA_FUNCTION(sin, 1, 1, 0, { return Guarded1<::sin>("sin"); })
-LUMORA_FUNCTION(cos, 1, 1, 0, { return Guarded1<::cos>("cos"); })
-LUMORA_FUNCTION(tan, 1, 1, 0, { return Guarded1<::tan>("tan"); })
-LUMORA_FUNCTION(sinh, 1, 1, 0, { return Guarded1<::sinh>("sinh"); })
-LUMORA_FUNCTION(cosh, 1, 1, 0, { return Guarded1<::cosh>("cosh"); })
-LUMORA_FUNCTION(tanh, 1, 1, 0, { return Guarded1<::tanh>("tanh"); })
-LUMORA_FUNCTION(asin, 1, 1, 0, { return Guarded1<::asin>("asin"); })
-LUMORA_FUNCTION(acos, 1, 1, 0, { return Guarded1<::acos>("acos"); })
-LUMORA_FUNCTION(atan, 1, 1, 0, { return Guarded1<::atan>("atan"); })
-LUMORA_FUNCTION(atan2, 2, 2, 0, { return Guarded2<::atan2>("atan2"); })
+LUMORA_FUNCTION(sin, 1, 1, 0, { return Guarded1<::sin>(arg, "sin"); })
+LUMORA_FUNCTION(cos, 1, 1, 0, { return Guarded1<::cos>(arg, "cos"); })
+LUMORA_FUNCTION(tan, 1, 1, 0, { return Guarded1<::tan>(arg, "tan"); })
+LUMORA_FUNCTION(sinh, 1, 1, 0, { return Guarded1<::sinh>(arg, "sinh"); })
+LUMORA_FUNCTION(cosh, 1, 1, 0, { return Guarded1<::cosh>(arg, "cosh"); })
+LUMORA_FUNCTION(tanh, 1, 1, 0, { return Guarded1<::tanh>(arg, "tanh"); })
+LUMORA_FUNCTION(asin, 1, 1, 0, { return Guarded1<::asin>(arg, "asin"); })
+LUMORA_FUNCTION(acos, 1, 1, 0, { return Guarded1<::acos>(arg, "acos"); })
+LUMORA_FUNCTION(atan, 1, 1, 0, { return Guarded1<::atan>(arg, "atan"); })
+LUMORA_FUNCTION(atan2, 2, 2, 0, { return Guarded2<::atan2>(arg, "atan2"); })
 
 // Logarithms and exponent
-LUMORA_FUNCTION(log, 1, 1, 0, { return Guarded1<::log10>("log"); })
-LUMORA_FUNCTION(ln, 1, 1, 0, { return Guarded1<::log>("ln"); })
-LUMORA_FUNCTION(exp, 1, 1, 0, { return Guarded1<::exp>("exp"); })
+LUMORA_FUNCTION(log, 1, 1, 0, { return Guarded1<::log10>(arg, "log"); })
+LUMORA_FUNCTION(ln, 1, 1, 0, { return Guarded1<::log>(arg, "ln"); })
+LUMORA_FUNCTION(exp, 1, 1, 0, { return Guarded1<::exp>(arg, "exp"); })
 // The base goes first: a base of 1 fails before the value is evaluated.
 LUMORA_FUNCTION(logn, 2, 2, 0, {
     errno = 0;
-    double base = std::log(Arg(1));
+    double base = Opaque(::log)(arg[1]);
     if (base == 0.0)
-        ThrowMathException("logn");
-    double result = std::log(Arg(0)) / base;
+        arg.FailMath("logn");
+    double result = Opaque(::log)(arg[0]) / base;
     if (errno)
-        ThrowMathException("logn");
+        arg.FailMath("logn");
     return result;
 })
 
 // Rounding and angles
-LUMORA_FUNCTION(ceil, 1, 1, 0, { return std::ceil(Arg(0)); })
-LUMORA_FUNCTION(floor, 1, 1, 0, { return std::floor(Arg(0)); })
-LUMORA_FUNCTION(deg, 1, 1, 0, { return Arg(0) * 180.0 / Pi; })
-LUMORA_FUNCTION(rad, 1, 1, 0, { return Arg(0) * Pi / 180.0; })
+LUMORA_FUNCTION(ceil, 1, 1, 0, { return std::ceil(arg[0]); })
+LUMORA_FUNCTION(floor, 1, 1, 0, { return std::floor(arg[0]); })
+LUMORA_FUNCTION(deg, 1, 1, 0, { return arg[0] * 180.0 / Pi; })
+LUMORA_FUNCTION(rad, 1, 1, 0, { return arg[0] * Pi / 180.0; })
 
 // Coordinate conversion; the references are written only once the errno test passed.
 LUMORA_FUNCTION(rect2pol, 2, 2, 2, {
     errno = 0;
-    double x = Arg(0);
-    double y = Arg(1);
-    double r = std::sqrt(y * y + x * x);
-    double t = std::atan2(y, x);
+    double x = arg[0];
+    double y = arg[1];
+    double r = Opaque(::sqrt)(y * y + x * x);
+    double t = Opaque(::atan2)(y, x);
     if (t < 0.0)
         t += TwoPi;
     if (errno)
-        ThrowMathException("rect2pol");
-    *m_refs[0] = r;
-    *m_refs[1] = t;
+        arg.FailMath("rect2pol");
+    *arg.Reference(0) = r;
+    *arg.Reference(1) = t;
     return r;
 })
 LUMORA_FUNCTION(pol2rect, 2, 2, 2, {
     errno = 0;
-    double r = Arg(0);
-    double t = Arg(1);
-    double x = r * std::cos(t);
-    double y = r * std::sin(t);
+    double r = arg[0];
+    double t = arg[1];
+    double x = r * Opaque(::cos)(t);
+    double y = r * Opaque(::sin)(t);
     if (errno)
-        ThrowMathException("pol2rect");
-    *m_refs[0] = x;
-    *m_refs[1] = y;
+        arg.FailMath("pol2rect");
+    *arg.Reference(0) = x;
+    *arg.Reference(1) = y;
     return x;
 })
 
 // Conditions: only the chosen branch is evaluated.
-LUMORA_FUNCTION(if, 3, 3, 0, { return Arg(0) != 0.0 ? Arg(1) : Arg(2); })
+LUMORA_FUNCTION(if, 3, 3, 0, { return arg[0] != 0.0 ? arg[1] : arg[2]; })
 LUMORA_FUNCTION(select, 3, 4, 0, {
-    double a = Arg(0);
+    double a = arg[0];
     if (a < 0.0)
-        return Arg(1);
-    if (a == 0.0 || ArgCount() == 3)
-        return Arg(2);
-    return Arg(3);
+        return arg[1];
+    if (a == 0.0 || arg.Count() == 3)
+        return arg[2];
+    return arg[3];
 })
 LUMORA_FUNCTION(equal, 2, 2, 0, {
-    double a = Arg(0);
-    return Truth(a == Arg(1));
+    double a = arg[0];
+    return Truth(a == arg[1]);
 })
 LUMORA_FUNCTION(above, 2, 2, 0, {
-    double a = Arg(0);
-    return Truth(a > Arg(1));
+    double a = arg[0];
+    return Truth(a > arg[1]);
 })
 LUMORA_FUNCTION(below, 2, 2, 0, {
-    double a = Arg(0);
-    return Truth(a < Arg(1));
+    double a = arg[0];
+    return Truth(a < arg[1]);
 })
 
 // Ranges
 LUMORA_FUNCTION(wrap, 3, 3, 0, {
-    double v = Arg(0);
-    double lo = Arg(1);
-    double hi = Arg(2);
+    double v = arg[0];
+    double lo = arg[1];
+    double hi = arg[2];
     if (lo == hi)
         return lo;
     double t = std::fmod(v - lo, hi - lo);
     return t < 0.0 ? t + hi : t + lo;
 })
 LUMORA_FUNCTION(clamp, 3, 3, 0, {
-    double v = Arg(0);
-    double lo = Arg(1);
-    double hi = Arg(2);
+    double v = arg[0];
+    double lo = arg[1];
+    double hi = arg[2];
     if (v < lo)
         return lo;
     return v > hi ? hi : v;
 })
 LUMORA_FUNCTION(rescale, 5, 5, 0, {
-    double v = Arg(0);
-    double inLo = Arg(1);
-    double inHi = Arg(2);
-    double outLo = Arg(3);
-    double outHi = Arg(4);
+    double v = arg[0];
+    double inLo = arg[1];
+    double inHi = arg[2];
+    double outLo = arg[3];
+    double outHi = arg[4];
     if (inHi == inLo)
         return outLo;
     return (outHi - outLo) * (v - inLo) / (inHi - inLo) + outLo;
@@ -233,32 +278,32 @@ LUMORA_FUNCTION(rescale, 5, 5, 0, {
 // Coefficients from the highest power down; errno from evaluating x is
 // forgotten, errno from the powers and the coefficients is not.
 LUMORA_FUNCTION(poly, 2, FunctionNode::Unlimited, 0, {
-    double x = Arg(0);
+    double x = arg[0];
     errno = 0;
-    double power = static_cast<double>(ArgCount() - 2);
+    double power = static_cast<double>(arg.Count() - 2);
     double sum = 0.0;
-    for (size_t i = 1; i < ArgCount(); ++i, power -= 1.0) {
-        double coefficient = Arg(i);
-        double term = std::pow(x, power) * coefficient;
+    for (size_t i = 1; i < arg.Count(); ++i, power -= 1.0) {
+        double coefficient = arg[i];
+        double term = Power(x, power) * coefficient;
         sum = i == 1 ? term : sum + term;
     }
     if (errno)
-        ThrowMathException("poly");
+        arg.FailMath("poly");
     return sum;
 })
 
 // Logic: any non-zero counts as true; the second argument may be skipped.
 LUMORA_FUNCTION(and, 2, 2, 0, {
-    if (Arg(0) == 0.0)
+    if (arg[0] == 0.0)
         return 0.0;
-    return Truth(Arg(1) != 0.0);
+    return Truth(arg[1] != 0.0);
 })
 LUMORA_FUNCTION(or, 2, 2, 0, {
-    if (Arg(0) != 0.0)
+    if (arg[0] != 0.0)
         return 1.0;
-    return Truth(Arg(1) != 0.0);
+    return Truth(arg[1] != 0.0);
 })
-LUMORA_FUNCTION(not, 1, 1, 0, { return Truth(Arg(0) == 0.0); })
+LUMORA_FUNCTION(not, 1, 1, 0, { return Truth(arg[0] == 0.0); })
 
 #undef LUMORA_FUNCTION
 

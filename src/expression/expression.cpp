@@ -25,7 +25,9 @@ double Expression::Evaluate()
 {
     if (!m_root)
         throw EmptyExpressionException();
-    return m_root->Evaluate();
+    Counted result = m_root->Run(m_abortCount);
+    m_abortCount = result.countdown;
+    return result.value;
 }
 
 void Expression::Clear()

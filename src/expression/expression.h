@@ -58,6 +58,7 @@ protected:
     virtual bool ShouldAbort() { return false; }
 
 private:
+    friend class Node;
     friend class Parser;
     friend class Specializer;
 

@@ -2,10 +2,11 @@
 
 #include "expression/exception.h"
 #include "expression/parser.h"
+#include "expression/power.h"
 #include "expression/valuelist.h"
 
+
 #include <cerrno>
-#include <cmath>
 
 namespace ExprEval {
 
@@ -17,17 +18,47 @@ Node::Node(Expression* expression) : m_expression(expression)
 
 Node::~Node() = default;
 
+Counted Node::Run(unsigned countdown)
+{
+    PutCountdown(countdown);
+    double value = Evaluate();
+    return {value, TakeCountdown()};
+}
+
+unsigned Node::CheckSlow(unsigned countdown, unsigned times) const
+{
+    PutCountdown(countdown);
+    m_expression->CheckAbort(times);
+    return TakeCountdown();
+}
+
 ValueNode::ValueNode(Expression* expression, double value) : Node(expression), m_value(value)
 {
+    m_leaf = &m_value;
+}
+
+void ValueNode::SetFolded(unsigned checks, bool clearsErrno)
+{
+    m_extraChecks = checks - 1;
+    m_clearsErrno = clearsErrno;
+    m_leaf = m_extraChecks == 0 && !clearsErrno ? &m_value : nullptr;
 }
 
 double ValueNode::Compute()
 {
-    if (m_extraChecks) [[unlikely]]
+    if (m_extraChecks)
         m_expression->CheckAbort(m_extraChecks);
-    if (m_clearsErrno) [[unlikely]]
+    if (m_clearsErrno)
         errno = 0;
     return m_value;
+}
+
+Counted ValueNode::Run(unsigned countdown)
+{
+    countdown = Check(countdown, 1 + m_extraChecks);
+    if (m_clearsErrno)
+        errno = 0;
+    return {m_value, countdown};
 }
 
 void ValueNode::Parse(Parser& parser, long first, long last, long /*extra*/)
@@ -42,6 +73,7 @@ void VariableNode::Parse(Parser& parser, long first, long last, long /*extra*/)
     if (first != last)
         throw SyntaxException(parser.StartOf(first), parser.EndOf(last));
     m_address = parser.GetOrAddVariable(first);
+    m_leaf = m_address;
     m_constant = m_expression->GetValueList()->IsConstant(parser.GetToken(first).identifier);
 }
 
@@ -108,7 +140,7 @@ double ExponentNode::Compute()
     errno = 0;
     double base = m_left->Evaluate();
     double exponent = m_right->Evaluate();
-    double result = std::pow(base, exponent);
+    double result = Power(base, exponent);
     if (errno)
         ThrowMathException("^");
     return result;
@@ -126,12 +158,29 @@ void NegateNode::Parse(Parser& parser, long first, long last, long op)
     m_operand = parser.ParseBalancedRange(op + 1, last);
 }
 
+unsigned MultiNode::RunStatements(unsigned countdown, double& value)
+{
+    value = 0.0;
+    for (auto& statement : m_statements) {
+        Counted result = RunChild(*statement, countdown);
+        value = result.value;
+        countdown = result.countdown;
+    }
+    return countdown;
+}
+
 double MultiNode::Compute()
 {
-    double value = 0.0;
-    for (auto& statement : m_statements)
-        value = statement->Evaluate();
+    double value;
+    PutCountdown(RunStatements(TakeCountdown(), value));
     return value;
+}
+
+Counted MultiNode::Run(unsigned countdown)
+{
+    double value;
+    countdown = RunStatements(Check(countdown), value);
+    return {value, countdown};
 }
 
 void MultiNode::Parse(Parser& parser, long first, long last, long /*extra*/)

@@ -10,6 +10,13 @@ namespace ExprEval {
 class Parser;
 class Specializer;
 
+// A value together with the abort countdown that is left after computing it.
+struct Counted
+{
+    double value;
+    unsigned countdown;
+};
+
 // A node of the evaluation tree. Parse builds the node's children from a
 // range of tokens; Evaluate counts the node for the abort test and computes.
 class Node
@@ -28,13 +35,45 @@ public:
     double Evaluate()
     {
         m_expression->CheckAbort();
+        // Plain values and variables are read here rather than through a call.
+        if (m_leaf)
+            return *m_leaf;
         return Compute();
     }
+
+    // Evaluate with the abort countdown passed in and handed back instead of
+    // kept in the Expression: between the library's own nodes it then stays
+    // in a register, where updating it per node costs next to nothing. The
+    // default goes through Evaluate, so other nodes need not know of it.
+    virtual Counted Run(unsigned countdown);
 
     Expression* GetExpression() const { return m_expression; }
 
 protected:
+    // For Run: the same as `times` calls of CheckAbort.
+    unsigned Check(unsigned countdown, unsigned times = 1) const
+    {
+        if (countdown >= times) [[likely]]
+            return countdown - times;
+        return CheckSlow(countdown, times);
+    }
+    unsigned TakeCountdown() const { return m_expression->m_abortCount; }
+    // Also due before anything is thrown, so that the count stays exact.
+    void PutCountdown(unsigned countdown) const { m_expression->m_abortCount = countdown; }
+    // Runs a child, reading a leaf in place.
+    static Counted RunChild(Node& child, unsigned countdown)
+    {
+        if (child.m_leaf)
+            return {*child.m_leaf, child.Check(countdown)};
+        return child.Run(countdown);
+    }
+
     Expression* m_expression;
+    // Where a leaf keeps its value, when reading it is all Compute would do.
+    const double* m_leaf = nullptr;
+
+private:
+    unsigned CheckSlow(unsigned countdown, unsigned times) const;
 };
 
 class ValueNode : public Node
@@ -43,13 +82,15 @@ public:
     explicit ValueNode(Expression* expression, double value = 0.0);
 
     double Compute() override;
+    Counted Run(unsigned countdown) override;
     void Parse(Parser& parser, long first, long last, long extra) override;
 
     double GetValue() const { return m_value; }
 
 private:
-    friend class Parser;
     friend class Specializer;
+
+    void SetFolded(unsigned checks, bool clearsErrno);
 
     double m_value;
     // A value computed at parse time from a subtree stands in for all of the
@@ -64,6 +105,7 @@ public:
     explicit VariableNode(Expression* expression) : Node(expression) {}
 
     double Compute() override { return *m_address; }
+    Counted Run(unsigned countdown) override { return {*m_address, Check(countdown)}; }
     void Parse(Parser& parser, long first, long last, long extra) override;
 
 private:
@@ -157,10 +199,13 @@ public:
     explicit MultiNode(Expression* expression) : Node(expression) {}
 
     double Compute() override;
+    Counted Run(unsigned countdown) override;
     void Parse(Parser& parser, long first, long last, long extra) override;
 
 private:
     friend class Specializer;
+    unsigned RunStatements(unsigned countdown, double& value);
+
     std::vector<std::unique_ptr<Node>> m_statements;
 };
 

@@ -3,50 +3,31 @@
 #include "expression/exception.h"
 #include "expression/functionnode.h"
 #include "expression/node.h"
+#include "expression/power.h"
 #include "expression/sumnode.h"
 
 #include <cerrno>
 #include <climits>
-#include <cmath>
 #include <typeinfo>
 
 namespace ExprEval {
 
 namespace {
 
-// The specialised nodes are made from parsed nodes and are never parsed.
-class BuiltNode : public Node
-{
-public:
-    using Node::Node;
-    void Parse(Parser&, long, long, long) final { throw SyntaxException(); }
-};
-
 struct ConstantOperand
 {
     double value;
     unsigned checks;
-    double Get(Expression& expression) const
-    {
-        expression.CheckAbort(checks);
-        return value;
-    }
 };
 
 struct VariableOperand
 {
     const double* address;
-    double Get(Expression& expression) const
-    {
-        expression.CheckAbort();
-        return *address;
-    }
 };
 
 struct SubtreeOperand
 {
     std::unique_ptr<Node> node;
-    double Get(Expression&) const { return node->Evaluate(); }
 };
 
 template <class T>
@@ -60,73 +41,128 @@ T Take(Operand& operand)
         return {std::move(operand.node)};
 }
 
-// Each operation evaluates its operands in the order of the generic node.
+// The base of the specialised nodes, which are made from parsed nodes and
+// are never parsed themselves. Each implements Body(countdown), shared by
+// Compute (countdown kept in the Expression) and Run (countdown carried).
+template <class Self>
+class BuiltNode : public Node
+{
+public:
+    using Node::Node;
+
+    void Parse(Parser&, long, long, long) final { throw SyntaxException(); }
+
+    double Compute() final
+    {
+        unsigned countdown = TakeCountdown();
+        double value = static_cast<Self*>(this)->Body(countdown);
+        PutCountdown(countdown);
+        return value;
+    }
+
+    Counted Run(unsigned countdown) final
+    {
+        countdown = Check(countdown);
+        double value = static_cast<Self*>(this)->Body(countdown);
+        return {value, countdown};
+    }
+
+    double Read(const ConstantOperand& operand, unsigned& countdown) const
+    {
+        countdown = Check(countdown, operand.checks);
+        return operand.value;
+    }
+    double Read(const VariableOperand& operand, unsigned& countdown) const
+    {
+        countdown = Check(countdown);
+        return *operand.address;
+    }
+    double Read(const SubtreeOperand& operand, unsigned& countdown) const
+    {
+        Counted result = operand.node->Run(countdown);
+        countdown = result.countdown;
+        return result.value;
+    }
+
+    [[noreturn]] void FailDivideByZero(unsigned countdown) const
+    {
+        PutCountdown(countdown);
+        ThrowDivideByZeroException();
+    }
+    [[noreturn]] void FailMath(unsigned countdown, const char* operation) const
+    {
+        PutCountdown(countdown);
+        ThrowMathException(operation);
+    }
+};
+
+// Each operation reads its operands in the order of the generic node.
 struct AddOp
 {
-    template <class L, class R>
-    static double Apply(Expression& e, const L& left, const R& right)
+    template <class N, class L, class R>
+    static double Apply(const N& node, const L& left, const R& right, unsigned& countdown)
     {
-        double a = left.Get(e);
-        return a + right.Get(e);
+        double a = node.Read(left, countdown);
+        return a + node.Read(right, countdown);
     }
 };
 
 struct SubtractOp
 {
-    template <class L, class R>
-    static double Apply(Expression& e, const L& left, const R& right)
+    template <class N, class L, class R>
+    static double Apply(const N& node, const L& left, const R& right, unsigned& countdown)
     {
-        double a = left.Get(e);
-        return a - right.Get(e);
+        double a = node.Read(left, countdown);
+        return a - node.Read(right, countdown);
     }
 };
 
 struct MultiplyOp
 {
-    template <class L, class R>
-    static double Apply(Expression& e, const L& left, const R& right)
+    template <class N, class L, class R>
+    static double Apply(const N& node, const L& left, const R& right, unsigned& countdown)
     {
-        double a = left.Get(e);
-        return a * right.Get(e);
+        double a = node.Read(left, countdown);
+        return a * node.Read(right, countdown);
     }
 };
 
 struct DivideOp
 {
-    template <class L, class R>
-    static double Apply(Expression& e, const L& left, const R& right)
+    template <class N, class L, class R>
+    static double Apply(const N& node, const L& left, const R& right, unsigned& countdown)
     {
-        double divisor = right.Get(e);
+        double divisor = node.Read(right, countdown);
         if (divisor == 0.0)
-            ThrowDivideByZeroException();
-        return left.Get(e) / divisor;
+            node.FailDivideByZero(countdown);
+        return node.Read(left, countdown) / divisor;
     }
 };
 
 struct ExponentOp
 {
-    template <class L, class R>
-    static double Apply(Expression& e, const L& left, const R& right)
+    template <class N, class L, class R>
+    static double Apply(const N& node, const L& left, const R& right, unsigned& countdown)
     {
         errno = 0;
-        double base = left.Get(e);
-        double exponent = right.Get(e);
-        double result = std::pow(base, exponent);
+        double base = node.Read(left, countdown);
+        double exponent = node.Read(right, countdown);
+        double result = Power(base, exponent);
         if (errno)
-            ThrowMathException("^");
+            node.FailMath(countdown, "^");
         return result;
     }
 };
 
 template <class Op, class L, class R>
-class BinaryOf final : public BuiltNode
+class BinaryOf final : public BuiltNode<BinaryOf<Op, L, R>>
 {
 public:
     BinaryOf(Expression* expression, L left, R right)
-        : BuiltNode(expression), m_left(std::move(left)), m_right(std::move(right))
+        : BuiltNode<BinaryOf>(expression), m_left(std::move(left)), m_right(std::move(right))
     {
     }
-    double Compute() override { return Op::Apply(*m_expression, m_left, m_right); }
+    double Body(unsigned& countdown) const { return Op::Apply(*this, m_left, m_right, countdown); }
 
 private:
     L m_left;
@@ -134,27 +170,27 @@ private:
 };
 
 template <class L>
-class NegateOf final : public BuiltNode
+class NegateOf final : public BuiltNode<NegateOf<L>>
 {
 public:
-    NegateOf(Expression* expression, L operand) : BuiltNode(expression), m_operand(std::move(operand)) {}
-    double Compute() override { return -m_operand.Get(*m_expression); }
+    NegateOf(Expression* expression, L operand) : BuiltNode<NegateOf>(expression), m_operand(std::move(operand)) {}
+    double Body(unsigned& countdown) const { return -this->Read(m_operand, countdown); }
 
 private:
     L m_operand;
 };
 
 template <class R>
-class AssignOf final : public BuiltNode
+class AssignOf final : public BuiltNode<AssignOf<R>>
 {
 public:
     AssignOf(Expression* expression, double* target, R right)
-        : BuiltNode(expression), m_target(target), m_right(std::move(right))
+        : BuiltNode<AssignOf>(expression), m_target(target), m_right(std::move(right))
     {
     }
-    double Compute() override
+    double Body(unsigned& countdown) const
     {
-        double value = m_right.Get(*m_expression);
+        double value = this->Read(m_right, countdown);
         *m_target = value;
         return value;
     }
@@ -236,8 +272,7 @@ std::unique_ptr<Node> Specializer::Fold(Node& node)
     if (error != 0 && error != ErrnoUntouched)
         return nullptr;
     auto folded = std::make_unique<ValueNode>(&m_expression, value);
-    folded->m_extraChecks = checks - 1;
-    folded->m_clearsErrno = error == 0;
+    folded->SetFolded(checks, error == 0);
     return folded;
 }
 

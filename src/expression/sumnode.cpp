@@ -7,31 +7,46 @@
 
 namespace ExprEval {
 
-inline double SumNode::Get(const Term& term) const
+unsigned SumNode::Sum(unsigned countdown, double& sum) const
 {
-    switch (term.kind) {
-    case Operand::Kind::Constant:
-        m_expression->CheckAbort(term.checks);
-        return term.value;
-    case Operand::Kind::Variable:
-        m_expression->CheckAbort();
-        return *term.address;
-    default:
-        return term.node->Evaluate();
+    auto get = [&](const Term& term) {
+        switch (term.kind) {
+        case Operand::Kind::Constant:
+            countdown = Check(countdown, term.checks);
+            return term.value;
+        case Operand::Kind::Variable:
+            countdown = Check(countdown);
+            return *term.address;
+        default: {
+            Counted result = term.node->Run(countdown);
+            countdown = result.countdown;
+            return result.value;
+        }
+        }
+    };
+    // The nested nodes were each counted before their left child ran.
+    countdown = Check(countdown, m_chainChecks);
+    sum = get(m_terms.front());
+    for (size_t i = 1; i < m_terms.size(); ++i) {
+        const Term& term = m_terms[i];
+        double value = get(term);
+        sum = term.subtract ? sum - value : sum + value;
     }
+    return countdown;
 }
 
 double SumNode::Compute()
 {
-    // The nested nodes were each counted before their left child ran.
-    m_expression->CheckAbort(m_chainChecks);
-    double sum = Get(m_terms.front());
-    for (size_t i = 1; i < m_terms.size(); ++i) {
-        const Term& term = m_terms[i];
-        double value = Get(term);
-        sum = term.subtract ? sum - value : sum + value;
-    }
+    double sum;
+    PutCountdown(Sum(TakeCountdown(), sum));
     return sum;
+}
+
+Counted SumNode::Run(unsigned countdown)
+{
+    double sum;
+    countdown = Sum(Check(countdown), sum);
+    return {sum, countdown};
 }
 
 void SumNode::Parse(Parser& parser, long first, long last, long lastOperator)

@@ -17,6 +17,7 @@ public:
     explicit SumNode(Expression* expression) : Node(expression) {}
 
     double Compute() override;
+    Counted Run(unsigned countdown) override;
     // `lastOperator` is the chain's last binary + or -.
     void Parse(Parser& parser, long first, long last, long lastOperator) override;
 
@@ -35,7 +36,7 @@ private:
         bool subtract;
     };
 
-    double Get(const Term& term) const;
+    unsigned Sum(unsigned countdown, double& sum) const;
 
     std::vector<Term> m_terms;
     std::vector<std::unique_ptr<Node>> m_subtrees;
