@@ -6,7 +6,6 @@
 #include "expression/functionnode.h"
 #include "expression/power.h"
 
-#include <cerrno>
 #include <cmath>
 
 namespace ExprEval {
@@ -15,15 +14,6 @@ namespace {
 
 constexpr double Pi = 3.141592653589793;
 constexpr double TwoPi = 6.283185307179586;
-
-// The function itself, hidden from the optimizer. GCC takes sin, cos, tan,
-// tanh and atan never to set errno and drops the errno test after them.
-template <class F>
-F Opaque(F function)
-{
-    asm("" : "+r"(function));
-    return function;
-}
 
 // Shared by the function nodes: Compute and Run around the function's
 // Body, arguments by index, and the errno test of the C library functions.
@@ -68,6 +58,7 @@ protected:
             return result.value;
         }
         size_t Count() const { return node.m_nodes.size(); }
+        int& Errno() const { return node.m_expression->Errno(); }
         double*& Reference(size_t index) const { return node.m_refs[index]; }
         [[noreturn]] void FailMath(const char* name) const
         {
@@ -81,9 +72,10 @@ protected:
     template <double (*F)(double)>
     static double Guarded1(Args& args, const char* name)
     {
-        errno = 0;
+        int& error = args.Errno();
+        error = 0;
         double result = Opaque(F)(args[0]);
-        if (errno)
+        if (error)
             args.FailMath(name);
         return result;
     }
@@ -91,11 +83,12 @@ protected:
     template <double (*F)(double, double)>
     static double Guarded2(Args& args, const char* name)
     {
-        errno = 0;
+        int& error = args.Errno();
+        error = 0;
         double a = args[0];
         double b = args[1];
         double result = Opaque(F)(a, b);
-        if (errno)
+        if (error)
             args.FailMath(name);
         return result;
     }
@@ -180,12 +173,13 @@ LUMORA_FUNCTION(ln, 1, 1, 0, { return Guarded1<::log>(arg, "ln"); })
 LUMORA_FUNCTION(exp, 1, 1, 0, { return Guarded1<::exp>(arg, "exp"); })
 // The base goes first: a base of 1 fails before the value is evaluated.
 LUMORA_FUNCTION(logn, 2, 2, 0, {
-    errno = 0;
+    int& error = arg.Errno();
+    error = 0;
     double base = Opaque(::log)(arg[1]);
     if (base == 0.0)
         arg.FailMath("logn");
     double result = Opaque(::log)(arg[0]) / base;
-    if (errno)
+    if (error)
         arg.FailMath("logn");
     return result;
 })
@@ -198,26 +192,28 @@ LUMORA_FUNCTION(rad, 1, 1, 0, { return arg[0] * Pi / 180.0; })
 
 // Coordinate conversion; the references are written only once the errno test passed.
 LUMORA_FUNCTION(rect2pol, 2, 2, 2, {
-    errno = 0;
+    int& error = arg.Errno();
+    error = 0;
     double x = arg[0];
     double y = arg[1];
     double r = Opaque(::sqrt)(y * y + x * x);
     double t = Opaque(::atan2)(y, x);
     if (t < 0.0)
         t += TwoPi;
-    if (errno)
+    if (error)
         arg.FailMath("rect2pol");
     *arg.Reference(0) = r;
     *arg.Reference(1) = t;
     return r;
 })
 LUMORA_FUNCTION(pol2rect, 2, 2, 2, {
-    errno = 0;
+    int& error = arg.Errno();
+    error = 0;
     double r = arg[0];
     double t = arg[1];
     double x = r * Opaque(::cos)(t);
     double y = r * Opaque(::sin)(t);
-    if (errno)
+    if (error)
         arg.FailMath("pol2rect");
     *arg.Reference(0) = x;
     *arg.Reference(1) = y;
@@ -279,7 +275,8 @@ LUMORA_FUNCTION(rescale, 5, 5, 0, {
 // forgotten, errno from the powers and the coefficients is not.
 LUMORA_FUNCTION(poly, 2, FunctionNode::Unlimited, 0, {
     double x = arg[0];
-    errno = 0;
+    int& error = arg.Errno();
+    error = 0;
     double power = static_cast<double>(arg.Count() - 2);
     double sum = 0.0;
     for (size_t i = 1; i < arg.Count(); ++i, power -= 1.0) {
@@ -287,7 +284,7 @@ LUMORA_FUNCTION(poly, 2, FunctionNode::Unlimited, 0, {
         double term = Power(x, power) * coefficient;
         sum = i == 1 ? term : sum + term;
     }
-    if (errno)
+    if (error)
         arg.FailMath("poly");
     return sum;
 })

@@ -5,15 +5,19 @@
 #include "expression/parser.h"
 
 #include <algorithm>
+#include <cerrno>
 
 namespace ExprEval {
 
-Expression::Expression() = default;
+Expression::Expression() : m_errno(&errno)
+{
+}
 Expression::~Expression() = default;
 
 void Expression::Parse(std::string_view source)
 {
     m_root.reset();
+    m_errno = &errno;
     Parser parser(this);
     parser.Tokenize(source);
     if (parser.GetTokenCount() == 0)
@@ -25,6 +29,7 @@ double Expression::Evaluate()
 {
     if (!m_root)
         throw EmptyExpressionException();
+    m_errno = &errno;
     Counted result = m_root->Run(m_abortCount);
     m_abortCount = result.countdown;
     return result.value;

@@ -36,6 +36,12 @@ public:
     void SetAbortInterval(unsigned interval);
     unsigned GetAbortInterval() const { return m_abortInterval; }
 
+    // The errno of the evaluating thread, looked up once per evaluation
+    // rather than by every function that tests it. Code that tests it calls
+    // the C library through Opaque (power.h), so that the compiler can't
+    // assume a call leaves it alone.
+    int& Errno() { return *m_errno; }
+
     // Called once per node evaluation. ShouldAbort is asked only when the
     // countdown runs out, so the common case is a decrement.
     void CheckAbort()
@@ -68,6 +74,7 @@ private:
     ValueList* m_valueList = nullptr;
     FunctionList* m_functionList = nullptr;
     std::unique_ptr<Node> m_root;
+    int* m_errno;
     unsigned m_abortCount = DefaultAbortInterval;
     unsigned m_abortInterval = DefaultAbortInterval;
 };

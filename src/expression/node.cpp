@@ -6,7 +6,6 @@
 #include "expression/valuelist.h"
 
 
-#include <cerrno>
 
 namespace ExprEval {
 
@@ -49,7 +48,7 @@ double ValueNode::Compute()
     if (m_extraChecks)
         m_expression->CheckAbort(m_extraChecks);
     if (m_clearsErrno)
-        errno = 0;
+        m_expression->Errno() = 0;
     return m_value;
 }
 
@@ -57,7 +56,7 @@ Counted ValueNode::Run(unsigned countdown)
 {
     countdown = Check(countdown, 1 + m_extraChecks);
     if (m_clearsErrno)
-        errno = 0;
+        m_expression->Errno() = 0;
     return {m_value, countdown};
 }
 
@@ -137,11 +136,12 @@ double DivideNode::Compute()
 
 double ExponentNode::Compute()
 {
-    errno = 0;
+    int& error = m_expression->Errno();
+    error = 0;
     double base = m_left->Evaluate();
     double exponent = m_right->Evaluate();
     double result = Power(base, exponent);
-    if (errno)
+    if (error)
         ThrowMathException("^");
     return result;
 }

@@ -8,6 +8,7 @@
 
 #include <cerrno>
 #include <climits>
+#include <cmath>
 #include <typeinfo>
 
 namespace ExprEval {
@@ -84,6 +85,8 @@ public:
         return result.value;
     }
 
+    int& Errno() const { return m_expression->Errno(); }
+
     [[noreturn]] void FailDivideByZero(unsigned countdown) const
     {
         PutCountdown(countdown);
@@ -139,16 +142,30 @@ struct DivideOp
     }
 };
 
+// x / c for c a power of two: multiplying by 1 / c, which is exact, rounds
+// the same real number the same way and spares the slow division. The
+// divisor is still read first.
+struct ScaleOp
+{
+    template <class N, class L>
+    static double Apply(const N& node, const L& left, const ConstantOperand& reciprocal, unsigned& countdown)
+    {
+        double factor = node.Read(reciprocal, countdown);
+        return node.Read(left, countdown) * factor;
+    }
+};
+
 struct ExponentOp
 {
     template <class N, class L, class R>
     static double Apply(const N& node, const L& left, const R& right, unsigned& countdown)
     {
-        errno = 0;
+        int& error = node.Errno();
+        error = 0;
         double base = node.Read(left, countdown);
         double exponent = node.Read(right, countdown);
         double result = Power(base, exponent);
-        if (errno)
+        if (error)
             node.FailMath(countdown, "^");
         return result;
     }
@@ -165,6 +182,7 @@ public:
     double Body(unsigned& countdown) const { return Op::Apply(*this, m_left, m_right, countdown); }
 
 private:
+    friend class ExprEval::Specializer;
     L m_left;
     R m_right;
 };
@@ -211,6 +229,14 @@ std::unique_ptr<Node> WithOperand(Operand& operand, Make make)
     }
 }
 
+// A power of two whose reciprocal is a normal double.
+bool IsExactReciprocal(double value)
+{
+    int exponent;
+    double mantissa = std::frexp(value, &exponent);
+    return std::fabs(mantissa) == 0.5 && exponent >= -1020 && exponent <= 1022;
+}
+
 template <class T>
 bool IsExactly(const Node& node)
 {
@@ -242,6 +268,38 @@ Operand Specializer::ToOperand(std::unique_ptr<Node> node)
     operand.kind = Operand::Kind::Subtree;
     operand.node = std::move(node);
     return operand;
+}
+
+Operand Specializer::ToScaledOperand(std::unique_ptr<Node> node)
+{
+    auto scaled = [&](double factor, unsigned checks, Operand::Scale scale, Operand inner) {
+        inner.scale = scale;
+        inner.factor = factor;
+        inner.factorChecks = checks;
+        inner.known = false;
+        return inner;
+    };
+    auto variable = [](const VariableOperand& v) {
+        Operand operand;
+        operand.kind = Operand::Kind::Variable;
+        operand.address = v.address;
+        return operand;
+    };
+    auto subtree = [](SubtreeOperand& t) {
+        Operand operand;
+        operand.node = std::move(t.node);
+        return operand;
+    };
+    Node& n = *node;
+    if (auto* p = dynamic_cast<BinaryOf<MultiplyOp, ConstantOperand, VariableOperand>*>(&n))
+        return scaled(p->m_left.value, p->m_left.checks, Operand::Scale::FactorFirst, variable(p->m_right));
+    if (auto* p = dynamic_cast<BinaryOf<MultiplyOp, ConstantOperand, SubtreeOperand>*>(&n))
+        return scaled(p->m_left.value, p->m_left.checks, Operand::Scale::FactorFirst, subtree(p->m_right));
+    if (auto* p = dynamic_cast<BinaryOf<MultiplyOp, VariableOperand, ConstantOperand>*>(&n))
+        return scaled(p->m_right.value, p->m_right.checks, Operand::Scale::FactorLast, variable(p->m_left));
+    if (auto* p = dynamic_cast<BinaryOf<MultiplyOp, SubtreeOperand, ConstantOperand>*>(&n))
+        return scaled(p->m_right.value, p->m_right.checks, Operand::Scale::FactorLast, subtree(p->m_left));
+    return ToOperand(std::move(node));
 }
 
 std::unique_ptr<Node> Specializer::Fold(Node& node)
@@ -287,6 +345,15 @@ std::unique_ptr<Node> Specializer::SpecializeBinary(std::unique_ptr<Node> node)
     Operand left = ToOperand(std::move(binary.m_left));
     Operand right = ToOperand(std::move(binary.m_right));
     Expression* expression = &m_expression;
+    if constexpr (std::is_same_v<Op, DivideOp>) {
+        if (right.kind == Operand::Kind::Constant && IsExactReciprocal(right.value)) {
+            ConstantOperand reciprocal{1.0 / right.value, right.checks};
+            return WithOperand(left, [&](auto l) {
+                return std::unique_ptr<Node>(std::make_unique<BinaryOf<ScaleOp, decltype(l), ConstantOperand>>(
+                    expression, std::move(l), reciprocal));
+            });
+        }
+    }
     return WithOperand(left, [&](auto l) {
         return WithOperand(right, [&](auto r) {
             return std::unique_ptr<Node>(

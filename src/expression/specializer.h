@@ -22,6 +22,13 @@ struct Operand
     double value = 0.0;
     const double* address = nullptr;
     std::unique_ptr<Node> node;
+
+    // A constant factor that multiplies the operand, read before it
+    // (c * x) or after it (x * c); its checks include the multiplication's.
+    enum class Scale : uint8_t { None, FactorFirst, FactorLast };
+    Scale scale = Scale::None;
+    unsigned factorChecks = 0;
+    double factor = 1.0;
 };
 
 // Replaces each freshly parsed node by the fastest node that gives the same
@@ -33,6 +40,8 @@ public:
 
     std::unique_ptr<Node> Specialize(std::unique_ptr<Node> node);
     static Operand ToOperand(std::unique_ptr<Node> node);
+    // The same, but a product with a constant factor is taken apart.
+    static Operand ToScaledOperand(std::unique_ptr<Node> node);
 
 private:
     // The node's value as a constant, or null when computing it fails or

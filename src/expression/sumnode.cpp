@@ -9,7 +9,7 @@ namespace ExprEval {
 
 unsigned SumNode::Sum(unsigned countdown, double& sum) const
 {
-    auto get = [&](const Term& term) {
+    auto read = [&](const Term& term) {
         switch (term.kind) {
         case Operand::Kind::Constant:
             countdown = Check(countdown, term.checks);
@@ -22,6 +22,23 @@ unsigned SumNode::Sum(unsigned countdown, double& sum) const
             countdown = result.countdown;
             return result.value;
         }
+        }
+    };
+    // A scaled term stands for the multiplication node and its constant.
+    auto get = [&](const Term& term) {
+        switch (term.scale) {
+        case Operand::Scale::FactorFirst: {
+            countdown = Check(countdown, 1 + term.factorChecks);
+            return term.factor * read(term);
+        }
+        case Operand::Scale::FactorLast: {
+            countdown = Check(countdown);
+            double value = read(term);
+            countdown = Check(countdown, term.factorChecks);
+            return value * term.factor;
+        }
+        default:
+            return read(term);
         }
     };
     // The nested nodes were each counted before their left child ran.
@@ -62,10 +79,13 @@ void SumNode::Parse(Parser& parser, long first, long last, long lastOperator)
     m_terms.reserve(operators.size());
     long start = first;
     for (size_t i = 0; i < operators.size(); ++i) {
-        Operand operand = Specializer::ToOperand(parser.ParseBalancedRange(start, operators[i] - 1));
+        Operand operand = Specializer::ToScaledOperand(parser.ParseBalancedRange(start, operators[i] - 1));
         Term term;
         term.kind = operand.kind;
         term.checks = operand.checks;
+        term.scale = operand.scale;
+        term.factor = operand.factor;
+        term.factorChecks = operand.factorChecks;
         term.subtract = i > 0 && parser.GetToken(operators[i - 1]).kind == TokenKind::Minus;
         switch (operand.kind) {
         case Operand::Kind::Constant: term.value = operand.value; break;

@@ -33,7 +33,10 @@ private:
         };
         unsigned checks;
         Operand::Kind kind;
+        Operand::Scale scale;
         bool subtract;
+        unsigned factorChecks;
+        double factor;
     };
 
     unsigned Sum(unsigned countdown, double& sum) const;

@@ -103,6 +103,7 @@ TEST_F(ExpressionTest, AbortIsAskedOnceInEveryIntervalPlusOneNodeEvaluations)
         {"if(a, 1/0, 2*3)", 5}, {"sin(PI/4)", 4}, {"and(0, b)", 2}, {"or(0, b)", 3},
         {"rect2pol(1, 2, &x, &y)", 3}, {"x + sin(1) * (2 + 3)", 8}, {"poly(2, 1, 2, 3)", 5},
         {"min(1, 2) + max(a, 2)", 7}, {"(a + 1) / 2 - 3 * b", 9},
+        {"1 + 2*a + a*3 + 2*(a+1) - (a+1)*2", 21}, {"a / 4 + (a + 1) / 0.5", 9},
     };
     for (const auto& c : counts) {
         m_values.Reset();
@@ -182,8 +183,10 @@ TEST_F(ExpressionTest, AbortStopsBeforeLaterSideEffects)
         int stopAt;
         double a;
         double b;
-    } stops[] = {{0, 0, 0}, {2, 0, 0}, {3, 1, 0}, {5, 1, 0}, {6, 1, 0}, {7, 1, 5}};
-    expression.Parse("a = 1; b = 2 + 3; c = b");
+    } stops[] = {{0, 0, 0}, {2, 0, 0}, {3, 1, 0}, {5, 1, 0}, {6, 1, 0}, {7, 1, 5}, {17, 1, 5}, {18, 2, 5}, {22, 2, 5}};
+    // ... Assign c, b, Assign d, Subtract, Add, Add, 0, 0, Multiply, Assign a, 2, 3,
+    // Divide, 4, Assign b, 6.
+    expression.Parse("a = 1; b = 2 + 3; c = b; d = 0 + 0 + (a = 2) * 3 - (b = 6) / 4");
     for (const auto& s : stops) {
         m_values.Reset();
         expression.m_left = s.stopAt;

@@ -5,6 +5,9 @@
 
 #include "expression/parser.h"
 
+#include <cerrno>
+#include <cstdlib>
+#include <random>
 #include <vector>
 
 using namespace ExprEval;
@@ -115,8 +118,64 @@ TEST_F(LanguageTest, EveryOperatorWithEveryKindOfOperand)
             EXPECT_EQ(Eval(l + "+" + r + "-" + l + "+" + r), 4.0) << l << r;
         }
     }
+    // Sums read their terms in place, products with constants included.
+    EXPECT_EQ(Eval("1 + 2*inf + inf*4 - 2*(inf+1) - (inf+1)*2 + inf"), 1 + 6 + 12 - 8 - 8 + 3.0);
+
+    // Dividing by a power of two multiplies; it must round exactly as division.
+    double x = 0.0;
+    m_values.AddAddress("num", &x, 0.0);
+    const double numerators[] = {1.0, -3.0, 0.1, 5e-324, -1.5e-323, 1e308, -0.0,
+        std::numeric_limits<double>::infinity(), std::numeric_limits<double>::quiet_NaN()};
+    const std::pair<const char*, double> divisors[] = {
+        {"2", 2.0}, {"-4", -4.0}, {"0.25", 0.25}, {"1024", 1024.0}, {"3", 3.0},
+        {"0.0009765625", 0x1p-10}, {"1048576", 0x1p20}, {"2^2", 4.0}};
+    for (const auto& [text, divisor] : divisors) {
+        m_expression.Parse(std::string("num / ") + text);
+        for (double numerator : numerators) {
+            x = numerator;
+            EXPECT_TRUE(SameDouble(m_expression.Evaluate(), numerator / divisor)) << text << " " << numerator;
+        }
+    }
+
     EXPECT_TRUE(std::signbit(Eval("-0")));
     EXPECT_TRUE(std::signbit(Eval("-(inf-3)")));
+}
+
+TEST_F(LanguageTest, PowersAreThoseOfTheCLibraryBitForBit)
+{
+    // Small integer powers are multiplied out where that provably gives
+    // pow's result; any slip shows up as a differing last bit or errno.
+    double base = 0.0;
+    m_values.AddAddress("base", &base, 0.0);
+    std::mt19937_64 random(42);
+    std::vector<double> bases = {0.0, -0.0, 1.0, -1.0, 3.0, 0.1, 1e-300, 1e300, 1.5e154, 2e-162,
+        std::numeric_limits<double>::denorm_min(), std::numeric_limits<double>::infinity(),
+        std::numeric_limits<double>::quiet_NaN()};
+    for (int i = 0; i < 100000; ++i) {
+        uint64_t bits = random();
+        if (i % 2) // mostly ordinary magnitudes
+            bits = (bits & 0x800fffffffffffffu) | ((1023 - 40 + random() % 80) << 52);
+        double value;
+        std::memcpy(&value, &bits, sizeof value);
+        bases.push_back(value);
+    }
+    for (const char* exponent : {"2", "3", "4", "2.5", "-2"}) {
+        m_expression.Parse(std::string("base ^ ") + exponent);
+        volatile double e = std::atof(exponent);
+        for (double b : bases) {
+            base = b;
+            errno = 0;
+            double expected = std::pow(b, e);
+            bool fails = errno != 0;
+            try {
+                double result = m_expression.Evaluate();
+                EXPECT_FALSE(fails) << b << "^" << exponent;
+                EXPECT_TRUE(SameDouble(result, expected)) << std::hexfloat << b << "^" << exponent;
+            } catch (const MathException&) {
+                EXPECT_TRUE(fails) << b << "^" << exponent;
+            }
+        }
+    }
 }
 
 TEST_F(LanguageTest, AssignmentsAndStatementLists)
