@@ -260,9 +260,9 @@ Operand Specializer::ToOperand(std::unique_ptr<Node> node)
             operand.checks = 1 + value->m_extraChecks;
             return operand;
         }
-    } else if (auto* variable = dynamic_cast<VariableNode*>(node.get()); variable && IsExactly<VariableNode>(*node)) {
+    } else if (IsExactly<VariableNode>(*node)) {
         operand.kind = Operand::Kind::Variable;
-        operand.address = variable->m_address;
+        operand.address = static_cast<VariableNode&>(*node).m_address;
         return operand;
     }
     operand.kind = Operand::Kind::Subtree;

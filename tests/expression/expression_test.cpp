@@ -4,14 +4,49 @@
 
 #include "expression/parser.h"
 
+#include <cstdlib>
+#include <new>
 #include <random>
 #include <vector>
 
 using namespace ExprEval;
 
+// Counts allocations, so that a test can see evaluation make none.
+static long g_allocations = 0;
+
+void* operator new(std::size_t size)
+{
+    ++g_allocations;
+    if (void* memory = std::malloc(size ? size : 1))
+        return memory;
+    throw std::bad_alloc();
+}
+
+void operator delete(void* memory) noexcept
+{
+    std::free(memory);
+}
+
+void operator delete(void* memory, std::size_t) noexcept
+{
+    std::free(memory);
+}
+
 namespace {
 
 using ExpressionTest = ExprTest;
+
+TEST_F(ExpressionTest, EvaluationAllocatesNothing)
+{
+    m_expression.Parse("a = sin(inf * 0 + 1) * 2; b = max(a, 3, poly(a, 1, 2, 3)); "
+                       "c = rect2pol(a, b, &r, &t) + if(a, b^2, 0) + 1 + a/4 + b*5 + (c = c + 1)");
+    const long before = g_allocations;
+    for (int i = 0; i < 100; ++i)
+        m_expression.Evaluate();
+    EXPECT_EQ(g_allocations, before);
+    m_expression.Parse("x = 1");
+    EXPECT_GT(g_allocations, before); // the count works
+}
 
 TEST_F(ExpressionTest, ValueListHoldsOwnAndBoundValues)
 {
