@@ -1,18 +1,93 @@
 #pragma once
 
-// The one graphics interface of the engine. The scene graph needs only the
-// device index from it; the drawing operations join when the renderer does.
+#include "render/camera.h"
+#include "render/renderdata.h"
+#include "render/rendertypes.h"
+#include "render/vertexbuffer.h"
+
+#include <array>
+#include <memory>
+
+class CUserApp3d;
+
+// A pixel rectangle for glViewport-like calls.
+struct SViewport
+{
+    int x = 0, y = 0, width = 0, height = 0;
+    bool operator==(const SViewport&) const = default;
+};
+
+// The one graphics interface of the engine, shaped like an immediate device:
+// a current vertex buffer, index buffer and camera, render states that are
+// set first and flushed at draw time. Nodes receive it as an argument and do
+// not store it.
 class CRender
 {
 public:
-    virtual ~CRender() = default;
+    CRender();
+    virtual ~CRender();
+    CRender(const CRender&) = delete;
+    CRender& operator=(const CRender&) = delete;
 
     // Index into every per-device array and bit number in the nodes' dirty
     // masks. There is one device, so it is 0.
     int GetDeviceIndex() const { return m_deviceIndex; }
 
+    // Fractions of the current rectangle.
+    // The base class has no device: creation fails and draws do nothing.
+    virtual void SetViewport(float x, float y, float width, float height);
+    virtual CCamera* GetCamera() { return &m_camera; }
+    virtual void SetCamera(const CCamera& camera);
+    virtual CVertexBuffer* CreateVertexBuffer(int count, int flags, int format);
+    virtual bool SetVertexBuffer(CVertexBuffer* buffer);
+    virtual CIndexBuffer* CreateIndexBuffer(int count, int flags);
+    virtual bool SetIndexBuffer(CIndexBuffer* buffer);
+    virtual bool Clear(const float color[4], float depth, int flags);
+    // Only the world and view matrices can be set; the projection comes from
+    // SetCamera.
+    virtual void SetTransform(int kind, const float matrix[16]);
+    virtual const float* GetTransform(int kind);
+    virtual float GetAspect();
+    virtual bool DrawPrimitive(int kind, int first, int primitives);
+    virtual bool DrawIndexedPrimitive(int kind, int first, int primitives, int instances);
+    virtual bool DrawFullScreenQuad();
+
+    CRenderData* GetRenderData() { return m_data.get(); }
+    CRenderStateManager* GetStateManager() { return m_data ? m_data->GetStateManager() : nullptr; }
+    const CMatrix& GetProjection() const { return m_projection; }
+
+    // The pixel rectangle of SetViewport, clamped to the current rectangle.
+    static SViewport ViewportPixels(const SRect& current, float x, float y, float width, float height);
+    // The six vertices of the full-screen quad in VBF_PNTBTC layout; the
+    // upside-down form serves framebuffers, which are drawn flipped in y.
+    static void FillQuad(void* vertices, bool upsideDown);
+
+    // The area all output windows together show.
+    SRect m_virtualRect;
+    // The window or render target now drawn to.
+    SRect m_currentRect;
+    bool m_failed = false;
+    CUserApp3d* m_app = nullptr;
+
+    struct SDeviceObjects
+    {
+        CVertexBuffer* m_VertexBuffer = nullptr;
+        CVertexBuffer* m_VertexBufferUpsideDown = nullptr;
+    };
+    std::array<SDeviceObjects, 1> dObjs;
+
 protected:
+    // Gives back the device objects of the render itself.
+    void ReleaseQuad();
+
     int m_deviceIndex = 0;
+    std::unique_ptr<CRenderData> m_data;
+    CCamera m_camera;
+    CMatrix m_projection = MatrixIdentity();
+    CMatrix m_world = MatrixIdentity();
+    CMatrix m_view = MatrixIdentity();
+    CVertexBuffer* m_currentVertexBuffer = nullptr;
+    CIndexBuffer* m_currentIndexBuffer = nullptr;
 };
 
 // The bit of a device in a per-device mask.

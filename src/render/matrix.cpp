@@ -1,0 +1,114 @@
+#include "render/matrix.h"
+
+#include "render/camera.h"
+
+#include <cmath>
+
+SVec3 operator-(const SVec3& a, const SVec3& b)
+{
+    return {a.x - b.x, a.y - b.y, a.z - b.z};
+}
+
+float Dot(const SVec3& a, const SVec3& b)
+{
+    return a.x * b.x + a.y * b.y + a.z * b.z;
+}
+
+SVec3 Cross(const SVec3& a, const SVec3& b)
+{
+    return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x};
+}
+
+SVec3 Normalize(const SVec3& v)
+{
+    const float length = std::sqrt(Dot(v, v));
+    if (length == 0.0f)
+        return v;
+    return {v.x / length, v.y / length, v.z / length};
+}
+
+CMatrix MatrixIdentity()
+{
+    return {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1};
+}
+
+CMatrix MatrixMultiply(const CMatrix& a, const CMatrix& b)
+{
+    CMatrix out{};
+    for (int r = 0; r < 4; ++r)
+        for (int c = 0; c < 4; ++c) {
+            float sum = 0;
+            for (int k = 0; k < 4; ++k)
+                sum += a[r * 4 + k] * b[k * 4 + c];
+            out[r * 4 + c] = sum;
+        }
+    return out;
+}
+
+SVec3 TransformPoint(const SVec3& p, const CMatrix& m)
+{
+    float v[4];
+    for (int c = 0; c < 4; ++c)
+        v[c] = p.x * m[c] + p.y * m[4 + c] + p.z * m[8 + c] + m[12 + c];
+    if (v[3] == 0.0f)
+        return {v[0], v[1], v[2]};
+    return {v[0] / v[3], v[1] / v[3], v[2] / v[3]};
+}
+
+CMatrix BuildProjection(const CCamera& camera, const SRect& current, const SRect& virtualRect, bool flipped)
+{
+    const float w = static_cast<float>(current.Width());
+    const float h = static_cast<float>(current.Height());
+    // Centres are whole pixels, truncated, so that odd sizes match the
+    // windows' own placement.
+    const int cx = (current.left + current.right) / 2;
+    const int cy = (current.top + current.bottom) / 2;
+    const float ySign = flipped ? -1.0f : 1.0f;
+
+    // A render target of the virtual screen's size stands for the whole
+    // picture; any other current rectangle is a part of the virtual screen.
+    const SRect& ref = (flipped && current.Width() == virtualRect.Width() && current.Height() == virtualRect.Height())
+                           ? current
+                           : virtualRect;
+    const float rw = static_cast<float>(ref.Width());
+    const float rh = static_cast<float>(ref.Height());
+    const int rcx = (ref.left + ref.right) / 2;
+    const int rcy = (ref.top + ref.bottom) / 2;
+
+    // The factors 4 and −8 are deliberately unequal: they place the sections
+    // of a multi-monitor picture as the scenes were tuned for.
+    const float dx = (static_cast<float>(cx - rcx) / rw) * 4.0f;
+    const float dy = (static_cast<float>(cy - rcy) / rh) * -8.0f;
+    const float sx = w / rw;
+    const float sy = h / rh;
+    const float aspect = rw / rh;
+    const float n = camera.m_near;
+    const float f = camera.m_far;
+
+    CMatrix m = MatrixIdentity();
+    if (camera.m_projection == CCamera::Orthographic) {
+        m[0] = 2.0f / sx;
+        m[5] = (-2.0f / sy) * ySign;
+        m[10] = 2.0f / (f - n);
+        m[12] = -dx;
+        m[13] = 0.0f;
+        m[14] = -(n + f) / (f - n);
+        m[15] = 1.0f;
+        return m;
+    }
+
+    const float t = static_cast<float>(std::tan(static_cast<double>(camera.m_fov) * 0.017453292 * 0.5));
+    const float hh = t * n * sy;
+    const float hw = t * aspect * n * sx;
+    m[0] = 2.0f * n / (2.0f * hw);
+    m[5] = (2.0f * n / (2.0f * hh)) * ySign;
+    m[8] = -dx;
+    m[9] = -dy;
+    m[10] = (f + n) / (f - n);
+    m[11] = 1.0f;
+    m[12] = -dx;
+    m[13] = dy;
+    m[14] = -(2.0f * f * n) / (f - n);
+    // m[15] stays 1 from the identity; scenes were tuned with it.
+    return m;
+}

@@ -1,0 +1,169 @@
+#include "render/render.h"
+
+#include "app/check.h"
+
+#include <cstring>
+
+// The check convention with the failing condition as its text: logs it and
+// returns false when `failure` holds.
+#define CHECK_FAILURE(failure)                               \
+    do {                                                     \
+        if (failure) {                                       \
+            LogCheckFailure(#failure, __FILE__, __LINE__);   \
+            return false;                                    \
+        }                                                    \
+    } while (0)
+
+CRender::CRender() = default;
+
+CRender::~CRender() = default;
+
+void CRender::SetViewport(float, float, float, float) {}
+
+CVertexBuffer* CRender::CreateVertexBuffer(int, int, int)
+{
+    return nullptr;
+}
+
+CIndexBuffer* CRender::CreateIndexBuffer(int, int)
+{
+    return nullptr;
+}
+
+bool CRender::Clear(const float*, float, int)
+{
+    return false;
+}
+
+bool CRender::DrawPrimitive(int, int, int)
+{
+    return false;
+}
+
+bool CRender::DrawIndexedPrimitive(int, int, int, int)
+{
+    return false;
+}
+
+void CRender::SetCamera(const CCamera& camera)
+{
+    m_camera = camera;
+    const bool flipped = m_data && m_data->m_boundFramebuffer != 0;
+    m_projection = BuildProjection(m_camera, m_currentRect, m_virtualRect, flipped);
+    SetTransform(TS_View, m_camera.m_view.data());
+}
+
+bool CRender::SetVertexBuffer(CVertexBuffer* buffer)
+{
+    m_currentVertexBuffer = buffer;
+    return true;
+}
+
+bool CRender::SetIndexBuffer(CIndexBuffer* buffer)
+{
+    m_currentIndexBuffer = buffer;
+    return true;
+}
+
+void CRender::SetTransform(int kind, const float matrix[16])
+{
+    if (kind == TS_World)
+        std::memcpy(m_world.data(), matrix, sizeof(float) * 16);
+    else if (kind == TS_View)
+        std::memcpy(m_view.data(), matrix, sizeof(float) * 16);
+}
+
+const float* CRender::GetTransform(int kind)
+{
+    return kind == TS_View ? m_view.data() : m_world.data();
+}
+
+float CRender::GetAspect()
+{
+    const int w = m_virtualRect.Width();
+    const int h = m_virtualRect.Height();
+    if (w == 0 || h == 0)
+        return 1.7777778f;
+    return static_cast<float>(w) / static_cast<float>(h);
+}
+
+SViewport CRender::ViewportPixels(const SRect& current, float x, float y, float width, float height)
+{
+    const float w = static_cast<float>(current.Width());
+    const float h = static_cast<float>(current.Height());
+    SViewport v{static_cast<int>(w * x), static_cast<int>(h * y), static_cast<int>(w * width),
+                static_cast<int>(h * height)};
+    if (v.width + v.x > current.Width())
+        v.width = current.Width() - v.x;
+    if (v.height + v.y > current.Height())
+        v.height = current.Height() - v.y;
+    return v;
+}
+
+namespace {
+
+struct SQuadVertex
+{
+    float position[3];
+    uint32_t color;
+    float uv[2];
+    float normal[3];
+    float tangent[3];
+    float binormal[3];
+    uint32_t padding;
+};
+static_assert(sizeof(SQuadVertex) == 64);
+
+} // namespace
+
+void CRender::FillQuad(void* vertices, bool upsideDown)
+{
+    struct SCorner
+    {
+        float x, y, u, v;
+    };
+    static constexpr SCorner corners[6] = {
+        {-1, -1, 0, 1}, {-1, 1, 0, 0}, {1, 1, 1, 0}, {1, 1, 1, 0}, {1, -1, 1, 1}, {-1, -1, 0, 1},
+    };
+    auto* out = static_cast<SQuadVertex*>(vertices);
+    for (int i = 0; i < 6; ++i) {
+        const SCorner& c = corners[i];
+        out[i] = SQuadVertex{{c.x, c.y, 0}, 0xFFFFFFFFu, {c.u, upsideDown ? 1.0f - c.v : c.v}, {0, 0, -1},
+                             {1, 0, 0},     {0, 1, 0},   0};
+    }
+}
+
+bool CRender::DrawFullScreenQuad()
+{
+    // Named like the member so the logged check text reads as everywhere else.
+    SDeviceObjects* dObjs = &this->dObjs[m_deviceIndex];
+    if (!dObjs->m_VertexBuffer || !dObjs->m_VertexBufferUpsideDown) {
+        ReleaseQuad();
+        CHECK_FAILURE(!(dObjs->m_VertexBuffer = CreateVertexBuffer(6, 0, VBF_PNTBTC)));
+        CHECK_FAILURE(!(dObjs->m_VertexBufferUpsideDown = CreateVertexBuffer(6, 0, VBF_PNTBTC)));
+        void* data = dObjs->m_VertexBuffer->Lock();
+        CHECK(data);
+        FillQuad(data, false);
+        dObjs->m_VertexBuffer->Unlock();
+        data = dObjs->m_VertexBufferUpsideDown->Lock();
+        CHECK(data);
+        FillQuad(data, true);
+        dObjs->m_VertexBufferUpsideDown->Unlock();
+    }
+    const bool flipped = m_data && m_data->m_boundFramebuffer != 0;
+    SetVertexBuffer(flipped ? dObjs->m_VertexBufferUpsideDown : dObjs->m_VertexBuffer);
+    return DrawPrimitive(PT_Triangles, 0, 2);
+}
+
+void CRender::ReleaseQuad()
+{
+    for (SDeviceObjects& objs : dObjs) {
+        for (CVertexBuffer** buffer : {&objs.m_VertexBuffer, &objs.m_VertexBufferUpsideDown}) {
+            if (*buffer == m_currentVertexBuffer)
+                m_currentVertexBuffer = nullptr;
+            if (*buffer)
+                (*buffer)->Release();
+            *buffer = nullptr;
+        }
+    }
+}

@@ -1,0 +1,11 @@
+#include "render/renderdata.h"
+
+CRenderData::~CRenderData()
+{
+    FreeDeviceObjects();
+}
+
+void CRenderData::FreeDeviceObjects()
+{
+    m_stateManager.reset();
+}

@@ -1,0 +1,30 @@
+#pragma once
+
+#include "render/renderstates.h"
+
+#include <cstdint>
+#include <memory>
+
+// State shared by every render class of one device.
+class CRenderData
+{
+public:
+    CRenderData() = default;
+    ~CRenderData();
+    CRenderData(const CRenderData&) = delete;
+    CRenderData& operator=(const CRenderData&) = delete;
+
+    CRenderStateManager* GetStateManager() { return m_stateManager.get(); }
+    void SetStateManager(std::unique_ptr<CRenderStateManager> manager) { m_stateManager = std::move(manager); }
+    // Frees the device-side members in their shut-down order.
+    void FreeDeviceObjects();
+
+    // Index into every per-device array; there is one device.
+    int32_t m_deviceIndex = 0;
+    // Id of the bound framebuffer, 0 for the window. Projection and the
+    // winding of faces key on it, since framebuffers are drawn flipped in y.
+    uint32_t m_boundFramebuffer = 0;
+
+private:
+    std::unique_ptr<CRenderStateManager> m_stateManager;
+};
