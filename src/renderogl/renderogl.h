@@ -1,0 +1,32 @@
+#pragma once
+
+#include "render/render.h"
+
+// The draw operations of the render on OpenGL. The context must be current
+// on the calling thread.
+class CRenderOGL : public CRender
+{
+public:
+    CRenderOGL();
+    ~CRenderOGL() override;
+
+    // Makes the device objects of the render data once a context exists.
+    bool InitDevice();
+    // Gives back the render's own device objects and the render data's
+    // managers while the context is still current.
+    void ReleaseDevice();
+
+    void SetViewport(float x, float y, float width, float height) override;
+    CVertexBuffer* CreateVertexBuffer(int count, int flags, int format) override;
+    CIndexBuffer* CreateIndexBuffer(int count, int flags) override;
+    bool Clear(const float color[4], float depth, int flags) override;
+    bool DrawPrimitive(int kind, int first, int primitives) override;
+    bool DrawIndexedPrimitive(int kind, int first, int primitives, int instances) override;
+
+    // glReadPixels of the current rectangle as BGR bytes, bottom row first.
+    void ReadPixels(void* buffer);
+
+private:
+    bool BindVertexAttributes();
+    void UnbindVertexAttributes();
+};
