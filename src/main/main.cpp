@@ -1,18 +1,24 @@
-// lumora: the visualizer. Until the window and the director exist it sets up
-// what the engine has so far (crash handler, paths, log, configuration, node
-// factory), reports it, and says what is missing.
+// lumora: the visualizer. It sets up the engine's services, opens its
+// windows and runs the frame loop with the application object until a window
+// closes, Escape is pressed, a signal asks it to stop or --frames is reached.
 
 #include "app/cfg.h"
 #include "app/log.h"
 #include "app/paths.h"
 #include "app/qtmessages.h"
 #include "app/trace.h"
+#include "host/apptypewin.h"
 #include "platform/crashhandler.h"
+#include "render/render.h"
+#include "render/userapp3d.h"
 #include "scene/nodefactory.h"
 
+#include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <string>
 #include <string_view>
 
 namespace {
@@ -21,6 +27,10 @@ constexpr const char* kUsage =
     "Usage: lumora [options]\n"
     "\n"
     "Options:\n"
+    "  -f <scene>          start with this scene or layered entry\n"
+    "  --fullscreen        one full-screen window per monitor (the default)\n"
+    "  --window            a plain window of 1280x720\n"
+    "  --frames <n>        end by itself after n frames\n"
     "  --list-node-types   print the catalogue of node types as XML and exit\n"
     "  --help              show this text and exit\n";
 
@@ -32,21 +42,87 @@ enum class EAction
     Bad,
 };
 
-EAction ParseCommandLine(int argc, char** argv)
+struct SOptions
 {
     EAction action = EAction::Run;
+    int windowMode = 2;
+    int frames = 0;
+    std::string startScene;
+};
+
+bool ParseCount(const char* text, int& out)
+{
+    char* end = nullptr;
+    const long value = std::strtol(text, &end, 10);
+    if (!*text || *end || value < 1 || value > 1000000000)
+        return false;
+    out = static_cast<int>(value);
+    return true;
+}
+
+SOptions ParseCommandLine(int argc, char** argv)
+{
+    SOptions options;
     for (int i = 1; i < argc; ++i) {
         const std::string_view arg(argv[i]);
+        const bool hasValue = i + 1 < argc;
         if (arg == "--list-node-types") {
-            action = EAction::ListNodeTypes;
+            options.action = EAction::ListNodeTypes;
         } else if (arg == "--help" || arg == "-h") {
-            return EAction::Help;
+            options.action = EAction::Help;
+            return options;
+        } else if (arg == "--window") {
+            options.windowMode = 3;
+        } else if (arg == "--fullscreen") {
+            options.windowMode = 2;
+        } else if (arg == "--frames" && hasValue && ParseCount(argv[i + 1], options.frames)) {
+            ++i;
+        } else if (arg == "-f" && hasValue) {
+            options.startScene = argv[++i];
         } else {
-            fprintf(stderr, "lumora: unknown option \"%s\"\n\n", argv[i]);
-            return EAction::Bad;
+            fprintf(stderr, "lumora: unknown option or missing value \"%s\"\n\n", argv[i]);
+            options.action = EAction::Bad;
+            return options;
         }
     }
-    return action;
+    return options;
+}
+
+// The application until the director exists: every frame is black.
+class CEmptyApp : public CUserApp3d
+{
+public:
+    bool Draw(CRender* render) override
+    {
+        const float black[4] = {0, 0, 0, 1};
+        return render->Clear(black, 1.0f, CF_Color | CF_Depth);
+    }
+    bool Update(float) override { return true; }
+    std::string GetVersionText() const override { return "2.0.0"; }
+};
+
+extern "C" void RequestStop(int)
+{
+    CAppTypeWin::s_stopRequested = 1;
+}
+
+int RunVisualizer(const SOptions& options)
+{
+    CEmptyApp app;
+    CAppTypeWin host(&app);
+    host.m_appType = 0;
+    host.m_windowMode = options.windowMode;
+    host.m_maxFrames = options.frames;
+    if (!host.Init())
+        return 3;
+    if (!options.startScene.empty())
+        host.m_config->StartScene = options.startScene;
+    if (!host.CreateWindows()) {
+        Error("Unable to open the visualizer windows");
+        return 4;
+    }
+    host.RunApp();
+    return 0;
 }
 
 } // namespace
@@ -56,36 +132,33 @@ int main(int argc, char** argv)
     CCrashHandler crashHandler("");
     InstallQtMessageHandler();
 
-    const EAction action = ParseCommandLine(argc, argv);
-    if (action == EAction::Help || action == EAction::Bad) {
-        fputs(kUsage, action == EAction::Bad ? stderr : stdout);
-        return action == EAction::Bad ? 2 : 0;
+    const SOptions options = ParseCommandLine(argc, argv);
+    if (options.action == EAction::Help || options.action == EAction::Bad) {
+        fputs(kUsage, options.action == EAction::Bad ? stderr : stdout);
+        return options.action == EAction::Bad ? 2 : 0;
     }
 
     g_paths.Setup();
     crashHandler.SetDirectory(g_paths.m_userPath);
     TRACE_LOG("main");
 
-    CCfg config;
-    if (!config.Load(g_paths.m_configPath) && !std::filesystem::exists(g_paths.m_configPath))
+    if (!std::filesystem::exists(g_paths.m_configPath))
         Log("No configuration file \"%s\" yet; the defaults apply", g_paths.m_configPath.c_str());
 
     CNodeFactory* factory = CNodeFactory::Get();
     factory->Init();
 
-    if (action == EAction::ListNodeTypes) {
+    int result = 0;
+    if (options.action == EAction::ListNodeTypes) {
         printf("%s\n", factory->GetNodeTypesXml().c_str());
     } else {
-        printf("Lumora %s\n", "2.0.0");
-        printf("  data directory:   %s\n", g_paths.m_appPath.c_str());
-        printf("  user directory:   %s\n", g_paths.m_userPath.c_str());
-        printf("  configuration:    %s\n", g_paths.m_configPath.c_str());
-        printf("  node types ready: %zu of %zu\n", factory->GetNodeInfos().size(),
-               CNodeFactory::FactoryOrder().size());
-        printf("The visualizer window is not built yet: nothing is drawn in this version.\n");
-        Log("No visualizer window in this build; the run ends after start-up");
+        std::signal(SIGINT, RequestStop);
+        std::signal(SIGTERM, RequestStop);
+        Log("Lumora starting");
+        result = RunVisualizer(options);
+        Log("Lumora stopped with exit code %d", result);
     }
 
     factory->Release();
-    return 0;
+    return result;
 }

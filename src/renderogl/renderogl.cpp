@@ -16,7 +16,7 @@ GLenum Mode(int kind)
 
 } // namespace
 
-CRenderOGL::CRenderOGL()
+CRenderOGL::CRenderOGL(CUserApp3d* app) : CRenderWin(app)
 {
     m_data = std::make_unique<CRenderData>();
 }

@@ -1,13 +1,13 @@
 #pragma once
 
-#include "render/render.h"
+#include "renderogl/renderwin.h"
 
 // The draw operations of the render on OpenGL. The context must be current
 // on the calling thread.
-class CRenderOGL : public CRender
+class CRenderOGL : public CRenderWin
 {
 public:
-    CRenderOGL();
+    explicit CRenderOGL(CUserApp3d* app = nullptr);
     ~CRenderOGL() override;
 
     // Makes the device objects of the render data once a context exists.
@@ -25,6 +25,10 @@ public:
 
     // glReadPixels of the current rectangle as BGR bytes, bottom row first.
     void ReadPixels(void* buffer);
+
+protected:
+    bool CreateDeviceObjects() override { return InitDevice(); }
+    void ReleaseDeviceObjects() override { ReleaseDevice(); }
 
 private:
     bool BindVertexAttributes();

@@ -1,0 +1,127 @@
+#include "host/apptypewin.h"
+
+#include "app/cfg.h"
+#include "app/log.h"
+#include "app/paths.h"
+#include "app/trace.h"
+#include "render/userapp3d.h"
+#include "renderogl/renderogl.h"
+
+CAppTypeWin* g_appTypeWin = nullptr;
+volatile std::sig_atomic_t CAppTypeWin::s_stopRequested = 0;
+
+CAppTypeWin::CAppTypeWin(CUserApp3d* app, CClock& clock)
+    : CFrameLoop(clock), m_userApp(app), m_config(std::make_unique<CCfg>())
+{
+    m_configPath = g_paths.m_configPath;
+    g_appTypeWin = this;
+}
+
+CAppTypeWin::~CAppTypeWin()
+{
+    m_render.reset();
+    m_config.reset();
+    if (g_appTypeWin == this)
+        g_appTypeWin = nullptr;
+}
+
+bool CAppTypeWin::Init()
+{
+    TRACE("CAppTypeWin::Init");
+    // A missing or broken file leaves the defaults, which is fine for a run.
+    m_config->Load(m_configPath);
+    m_render = std::make_unique<CRenderOGL>(m_userApp);
+    m_render->m_appType = m_appType;
+    m_render->m_windowMode = m_windowMode;
+    if (!m_render->CheckSupport() || !m_render->Init(true)) {
+        m_render.reset();
+        return Error("Unable to initialize OpenGL!");
+    }
+    // Later entries override earlier ones; entries naming a monitor that is
+    // gone match nothing and are ignored.
+    for (CMonitor& monitor : m_render->m_monitors) {
+        for (const CCfgScreen& screen : m_config->Screens) {
+            if (screen.Id != monitor.m_deviceName)
+                continue;
+            monitor.m_leaveBlack = screen.LeaveBlack;
+            monitor.m_section = SSection{screen.SectionX, screen.SectionY, screen.SectionWidth,
+                                         screen.SectionHeight};
+        }
+        Log("Actual setup screen \"%s\" LeaveBlack:%d SectionToRender:%g,%g,%g,%g", monitor.m_deviceName.c_str(),
+            monitor.m_leaveBlack ? 1 : 0, monitor.m_section.x, monitor.m_section.y, monitor.m_section.width,
+            monitor.m_section.height);
+    }
+    return true;
+}
+
+bool CAppTypeWin::CreateWindows()
+{
+    if (!m_render)
+        return false;
+    if (!m_render->CreateScreen(m_windowMode, true))
+        return false;
+    return m_render->Initialize3DEnvironment();
+}
+
+void CAppTypeWin::ShutdownApp()
+{
+    CloseWindows();
+}
+
+void CAppTypeWin::CloseWindows()
+{
+    if (m_quit)
+        return;
+    Log("Received WM_CLOSE");
+    if (m_render)
+        m_render->Cleanup3DEnvironment();
+    Log("Received WM_DESTROY. Do postquit %ld", long(m_postQuit));
+    if (m_postQuit)
+        m_quit = true;
+}
+
+void CAppTypeWin::UpdateApp(float deltaTime)
+{
+    if (m_userApp)
+        m_userApp->Update(deltaTime);
+}
+
+void CAppTypeWin::RenderFrame()
+{
+    if (m_render)
+        m_render->Render3DEnvironment(false);
+}
+
+void CAppTypeWin::RunApp()
+{
+    m_timer.Init();
+    Log("Max fps set to %ld", long(m_maxFps));
+    if (m_userApp)
+        m_userApp->Update(0.0001f);
+    Log("** Entering main message loop ** ");
+    while (!m_quit) {
+        if (s_stopRequested) {
+            Log("Stop requested by signal");
+            CloseWindows();
+            continue;
+        }
+        // Every waiting event goes first; a frame runs only on an empty queue.
+        const EWindowEvent event = m_render ? m_render->PollEvent() : EWindowEvent::None;
+        if (event == EWindowEvent::Close || event == EWindowEvent::Escape) {
+            CloseWindows();
+            continue;
+        }
+        if (event != EWindowEvent::None)
+            continue;
+        if (m_paused) {
+            if (m_render)
+                m_render->Render3DEnvironment(true);
+            m_timer.Clock().Sleep(10);
+            continue;
+        }
+        Frame();
+        if (m_maxFrames > 0 && m_frameCount >= m_maxFrames)
+            ShutdownApp();
+    }
+    Log("** Exiting main message loop ** ");
+}

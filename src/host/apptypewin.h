@@ -1,0 +1,58 @@
+#pragma once
+
+#include "host/frameloop.h"
+
+#include <csignal>
+#include <memory>
+#include <string>
+
+class CCfg;
+class CRenderOGL;
+class CUserApp3d;
+
+// The host of the engine, whatever the platform: owns the configuration and
+// the render, holds the kind of run, and drives everything from one polling
+// loop on one thread.
+class CAppTypeWin : public CFrameLoop
+{
+public:
+    explicit CAppTypeWin(CUserApp3d* app, CClock& clock = CClock::System());
+    ~CAppTypeWin() override;
+    CAppTypeWin(const CAppTypeWin&) = delete;
+    CAppTypeWin& operator=(const CAppTypeWin&) = delete;
+
+    // Configuration, render and monitors; false leaves no working render and
+    // the loop must not start.
+    virtual bool Init();
+    // The windows of the window mode and the context on them.
+    bool CreateWindows();
+    // Asks the loop to close the windows and end.
+    virtual void ShutdownApp();
+    void RunApp();
+
+    // Set from a signal handler: the loop closes at the next pass.
+    static volatile std::sig_atomic_t s_stopRequested;
+
+    int32_t m_windowMode = 2;
+    bool m_postQuit = true;
+    bool m_paused = false;
+    // Ends the run by itself after this many frames; 0 runs until closed.
+    int32_t m_maxFrames = 0;
+    CUserApp3d* m_userApp;
+    std::string m_configPath;
+    std::unique_ptr<CCfg> m_config;
+    std::unique_ptr<CRenderOGL> m_render;
+
+protected:
+    void UpdateApp(float deltaTime) override;
+    void RenderFrame() override;
+
+private:
+    // What WM_CLOSE and WM_DESTROY did: the render lets go of the windows.
+    void CloseWindows();
+
+    bool m_quit = false;
+};
+
+// The one host of the process.
+extern CAppTypeWin* g_appTypeWin;
