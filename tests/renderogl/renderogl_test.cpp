@@ -2,23 +2,13 @@
 #include "renderogl/renderogl.h"
 
 #include "support/logcapture.h"
-#include "support/tempdir.h"
 
 #include <GL/glew.h>
 #include <gtest/gtest.h>
 
-#include <dlfcn.h>
-
 #include <cstdlib>
 #include <cstring>
 #include <vector>
-
-// Leaks inside Mesa's driver and LLVM, not ours; read by LeakSanitizer in
-// sanitizer builds and unused otherwise.
-extern "C" const char* __lsan_default_suppressions()
-{
-    return "leak:swrast_dri.so\nleak:libgallium\nleak:libLLVM\nleak:libEGL_mesa\nleak:libglapi\n";
-}
 
 namespace {
 
@@ -40,32 +30,16 @@ std::ostream& operator<<(std::ostream& out, const SPixel& p)
 class RenderOGL : public ::testing::Test
 {
 protected:
+    // One video start for the whole suite, so the driver loads once.
     static void SetUpTestSuite()
     {
-        setenv("SDL_VIDEODRIVER", "offscreen", 1);
-        s_cache = new CTempDir;
-        setenv("MESA_SHADER_CACHE_DIR", s_cache->Path().c_str(), 0);
-        // Mesa leaks inside its driver when it is unloaded. Pinned in memory,
-        // the driver keeps its name in leak reports, which the suppressions
-        // below can then match; leaks of ours are still reported.
-        for (const char* library : {"libEGL_mesa.so.0", "/usr/lib/x86_64-linux-gnu/dri/swrast_dri.so"})
-            dlopen(library, RTLD_NOW | RTLD_NODELETE);
-#ifdef __SANITIZE_ADDRESS__
-        // LeakSanitizer's tracer can crash while llvmpipe's rasterizer threads
-        // run; drawing on the calling thread gives the same pixels.
-        setenv("LP_NUM_THREADS", "0", 0);
-#endif
-        // One video start for the whole suite, so the driver loads once.
         SDL_InitSubSystem(SDL_INIT_VIDEO);
         SDL_GL_LoadLibrary(nullptr);
     }
     static void TearDownTestSuite()
     {
-        // Ends the driver's threads before the leak check stops the world.
         SDL_GL_UnloadLibrary();
         SDL_QuitSubSystem(SDL_INIT_VIDEO);
-        delete s_cache;
-        s_cache = nullptr;
     }
 
     void SetUp() override
@@ -99,7 +73,6 @@ protected:
 
     CRenderStates& States() { return m_render->GetStateManager()->m_states; }
 
-    static inline CTempDir* s_cache = nullptr;
     CGLContext m_context;
     std::unique_ptr<CRenderOGL> m_render;
 };
