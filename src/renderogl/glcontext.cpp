@@ -5,6 +5,17 @@
 
 #include <GL/glew.h>
 
+namespace {
+
+constexpr const char* MinimumVersionMessage =
+    "This program needs a graphics card with drivers that supports at least OpenGL 2.0\n\n"
+    "You probably only need to update your graphics card driver.\n"
+    "Please go to you graphics card vendors web site and download the latest drivers.\n\n"
+    "You might also be able to download the drivers using windows update.\n"
+    "Start windows update and see if you can download any update relating to 'Display'";
+
+} // namespace
+
 CGLContext::~CGLContext()
 {
     if (m_context)
@@ -70,7 +81,7 @@ bool CGLContext::LoadEntryPoints()
     if (result != GLEW_OK && result != GLEW_ERROR_NO_GLX_DISPLAY)
         return Error("Failed to init Glew %s", reinterpret_cast<const char*>(glewGetErrorString(result)));
     if (!GLEW_VERSION_2_0)
-        return Error("This program needs a graphics card with drivers that supports at least OpenGL 2.0");
+        return Error("%s", MinimumVersionMessage);
     struct SEntry
     {
         const char* name;
