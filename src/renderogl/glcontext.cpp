@@ -5,6 +5,8 @@
 
 #include <GL/glew.h>
 
+#include <cstdio>
+
 namespace {
 
 constexpr const char* MinimumVersionMessage =
@@ -80,8 +82,14 @@ bool CGLContext::LoadEntryPoints()
     // although every GL entry point has loaded; the checks below decide.
     if (result != GLEW_OK && result != GLEW_ERROR_NO_GLX_DISPLAY)
         return Error("Failed to init Glew %s", reinterpret_cast<const char*>(glewGetErrorString(result)));
-    if (!GLEW_VERSION_2_0)
+    // GLEW's version flags follow the loaded entry points when
+    // glewExperimental is on, so the context's own version decides.
+    const char* version = reinterpret_cast<const char*>(glGetString(GL_VERSION));
+    int major = 0, minor = 0;
+    if (!version || sscanf(version, "%d.%d", &major, &minor) != 2 || major < 2)
         return Error("%s", MinimumVersionMessage);
+    if (!GLEW_EXT_framebuffer_object && !GLEW_ARB_framebuffer_object)
+        return Error("OpenGL framebuffer objects are not supported");
     struct SEntry
     {
         const char* name;

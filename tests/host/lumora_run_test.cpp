@@ -15,9 +15,10 @@ namespace {
 
 // Runs the lumora executable headless with its own user directory.
 // With `terminateAfter` it is sent SIGTERM after that many seconds.
-int RunLumora(const CTempDir& home, const std::string& arguments, const char* terminateAfter = nullptr)
+int RunLumora(const CTempDir& home, const std::string& arguments, const char* terminateAfter = nullptr,
+              const std::string& environment = "")
 {
-    std::string command = LUMORA_RUN_ENVIRONMENT " SDL_VIDEODRIVER=offscreen XDG_CONFIG_HOME='" + home.Path() + "' MESA_SHADER_CACHE_DIR='" +
+    std::string command = LUMORA_RUN_ENVIRONMENT " " + environment + " SDL_VIDEODRIVER=offscreen XDG_CONFIG_HOME='" + home.Path() + "' MESA_SHADER_CACHE_DIR='" +
                           home.Path() + "' '" LUMORA_EXECUTABLE "' " + arguments + " >/dev/null 2>&1";
     if (terminateAfter)
         command = "(" + command + " & sleep " + terminateAfter + "; kill -TERM $!; wait $!)";
@@ -74,6 +75,11 @@ TEST(LumoraRun, FullScreenOpensOneWindowPerMonitorAndBadOptionsGiveUsage)
     CTempDir signalled;
     EXPECT_EQ(RunLumora(signalled, "--window", "0.5"), 0);
     EXPECT_GE(Find(LogMessages(signalled), "Received WM_CLOSE"), 0);
+
+    // Too old an OpenGL is a clear line in the log and an exit code.
+    CTempDir oldGL;
+    EXPECT_EQ(RunLumora(oldGL, "--window --frames 2", nullptr, "MESA_GL_VERSION_OVERRIDE=1.4"), 4);
+    EXPECT_GE(Find(LogMessages(oldGL), "!ERROR! : This program needs a graphics card with drivers that supports at least OpenGL 2.0"), 0);
 
     CTempDir other;
     EXPECT_EQ(RunLumora(other, "--frames"), 2);
