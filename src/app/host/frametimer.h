@@ -1,6 +1,6 @@
 #pragma once
 
-#include "host/clock.h"
+#include "app/host/clock.h"
 
 #include <cstdint>
 

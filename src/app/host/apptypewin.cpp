@@ -1,4 +1,4 @@
-#include "host/apptypewin.h"
+#include "app/host/apptypewin.h"
 
 #include "app/cfg.h"
 #include "app/log.h"

@@ -1,4 +1,4 @@
-#include "host/clock.h"
+#include "app/host/clock.h"
 
 #include <chrono>
 #include <thread>

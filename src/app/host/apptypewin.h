@@ -1,6 +1,6 @@
 #pragma once
 
-#include "host/frameloop.h"
+#include "app/host/frameloop.h"
 
 #include <csignal>
 #include <memory>

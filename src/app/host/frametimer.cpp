@@ -1,4 +1,4 @@
-#include "host/frametimer.h"
+#include "app/host/frametimer.h"
 
 CFrameTimer::CFrameTimer(CClock& clock) : m_clock(clock)
 {

@@ -1,4 +1,4 @@
-#include "host/frameloop.h"
+#include "app/host/frameloop.h"
 
 #include "support/logcapture.h"
 

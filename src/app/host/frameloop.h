@@ -1,6 +1,6 @@
 #pragma once
 
-#include "host/frametimer.h"
+#include "app/host/frametimer.h"
 
 #include <array>
 #include <cstddef>
