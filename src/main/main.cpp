@@ -7,7 +7,7 @@
 #include "app/paths.h"
 #include "app/qtmessages.h"
 #include "app/trace.h"
-#include "host/apptypewin.h"
+#include "app/host/apptypewin.h"
 #include "platform/crashhandler.h"
 #include "render/render.h"
 #include "render/userapp3d.h"
