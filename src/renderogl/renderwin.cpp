@@ -308,18 +308,38 @@ EWindowEvent CRenderWin::PollEvent()
     case SDL_WINDOWEVENT:
         if (event.window.event == SDL_WINDOWEVENT_CLOSE)
             return EWindowEvent::Close;
-        if (event.window.event == SDL_WINDOWEVENT_SIZE_CHANGED && m_currentWindow >= 0 &&
-            !m_windows[m_currentWindow].m_fullScreen) {
-            // The aspect follows a resized window at once.
-            m_currentRect = SRect{0, 0, event.window.data1, event.window.data2};
-            m_virtualRect = m_currentRect;
-        }
+        HandleMessage(event);
         return EWindowEvent::Other;
     case SDL_KEYDOWN:
         if (event.key.keysym.sym == SDLK_ESCAPE)
             return EWindowEvent::Escape;
+        if ((event.key.keysym.sym == SDLK_PAUSE || event.key.keysym.sym == SDLK_SPACE) && !event.key.repeat)
+            return EWindowEvent::Pause;
         return EWindowEvent::Other;
     default:
         return EWindowEvent::Other;
     }
+}
+
+int CRenderWin::HandleMessage(const SDL_Event& event)
+{
+    if (event.type != SDL_WINDOWEVENT || event.window.event != SDL_WINDOWEVENT_SIZE_CHANGED)
+        return 0;
+    for (const CRenderWindow& w : m_windows) {
+        if (!w.m_window || SDL_GetWindowID(w.m_window) != event.window.windowID)
+            continue;
+        // The aspect follows a resized window at once.
+        m_currentRect = SRect{0, 0, event.window.data1, event.window.data2};
+        if (!w.m_fullScreen)
+            m_virtualRect = m_currentRect;
+    }
+    return 0;
+}
+
+bool CRenderWin::IsRenderWindow(SDL_Window* window) const
+{
+    for (const CRenderWindow& w : m_windows)
+        if (window && w.m_window == window)
+            return !(w.m_monitor && w.m_monitor->m_leaveBlack);
+    return false;
 }

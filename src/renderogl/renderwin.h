@@ -10,6 +10,7 @@
 #include <vector>
 
 struct SDL_Window;
+union SDL_Event;
 class CGLContext;
 
 // Window kinds, the argument of CreateScreen; the same numbers as the host's
@@ -39,6 +40,7 @@ enum class EWindowEvent
     None,
     Close,  // a window's close button, or the process asked to quit
     Escape, // the Escape key
+    Pause,  // the Pause or Space key: the loop only clears while paused
     Other,
 };
 
@@ -62,6 +64,10 @@ public:
     void RefreshScreens();
     // Takes the next waiting window event, None when the queue is empty.
     EWindowEvent PollEvent();
+    // Window events of our own windows: a resize moves the rectangles.
+    int HandleMessage(const SDL_Event& event);
+    // True for a window that gets pictures: ours and not left black.
+    bool IsRenderWindow(SDL_Window* window) const;
 
     std::vector<CMonitor> m_monitors;
     std::vector<CRenderWindow> m_windows;

@@ -4,6 +4,10 @@
 
 #include <gtest/gtest.h>
 
+#include <SDL.h>
+
+#include <chrono>
+#include <string>
 #include <vector>
 
 namespace {
@@ -65,7 +69,10 @@ TEST(RenderWin, FullScreenWindowPerMonitorWithSections)
     EXPECT_EQ(render.m_currentWindow, 1);
 
     // A monitor left black keeps its window but never gets a picture.
+    EXPECT_TRUE(render.IsRenderWindow(render.m_windows[1].m_window));
     render.m_monitors[1].m_leaveBlack = true;
+    EXPECT_FALSE(render.IsRenderWindow(render.m_windows[1].m_window));
+    EXPECT_FALSE(render.IsRenderWindow(nullptr));
     app.m_drawnRects.clear();
     render.Render3DEnvironment(false);
     EXPECT_EQ(app.m_drawnRects, (std::vector<SRect>{SRect{0, 0, 64, 48}}));
@@ -99,4 +106,40 @@ TEST(RenderWin, PlainWindowAndKindsWithoutAPlatformEquivalent)
     EXPECT_FLOAT_EQ(render.GetAspect(), 1.25f);
     ASSERT_TRUE(render.Initialize3DEnvironment());
     EXPECT_TRUE(render.Render3DEnvironment(false));
+
+    // A resized plain window moves both rectangles, and so the aspect.
+    SDL_Event resize{};
+    resize.type = SDL_WINDOWEVENT;
+    resize.window.event = SDL_WINDOWEVENT_SIZE_CHANGED;
+    resize.window.windowID = SDL_GetWindowID(render.m_windows[0].m_window);
+    resize.window.data1 = 800;
+    resize.window.data2 = 400;
+    render.HandleMessage(resize);
+    EXPECT_EQ(render.m_virtualRect, (SRect{0, 0, 800, 400}));
+    EXPECT_FLOAT_EQ(render.GetAspect(), 2.0f);
+    resize.window.windowID += 100;
+    resize.window.data1 = 10;
+    render.HandleMessage(resize);
+    EXPECT_EQ(render.m_currentRect.Width(), 800) << "not our window";
+}
+
+// In window mode the title shows the frame rate, refreshed once a second.
+TEST(RenderWin, WindowTitleShowsFrameRate)
+{
+    CCountingApp app;
+    CRenderOGL render(&app);
+    render.m_windowMode = WK_Window;
+    ASSERT_TRUE(render.Init(false));
+    ASSERT_TRUE(render.CreateScreen(WK_Window, false));
+    ASSERT_TRUE(render.Initialize3DEnvironment());
+    const std::string before = SDL_GetWindowTitle(render.m_windows[0].m_window);
+    const auto start = std::chrono::steady_clock::now();
+    while (std::chrono::steady_clock::now() - start < std::chrono::milliseconds(1100))
+        render.Render3DEnvironment(false);
+    render.Render3DEnvironment(false);
+    const std::string title = SDL_GetWindowTitle(render.m_windows[0].m_window);
+    EXPECT_NE(title, before);
+    EXPECT_EQ(title.rfind("Lumora v", 0), 0u) << title;
+    EXPECT_NE(title.find(" fps"), std::string::npos) << title;
+    EXPECT_GT(render.m_fpsFigure, 0.0f);
 }

@@ -1,5 +1,7 @@
 #include "app/host/apptypewin.h"
 
+#include "app/host/framerecorder.h"
+
 #include "app/cfg.h"
 #include "app/log.h"
 #include "app/paths.h"
@@ -98,6 +100,8 @@ void CAppTypeWin::RunApp()
     Log("Max fps set to %ld", long(m_maxFps));
     if (m_userApp)
         m_userApp->Update(0.0001f);
+    if (m_windowMode == WK_Record)
+        StartRecording();
     Log("** Entering main message loop ** ");
     while (!m_quit) {
         if (s_stopRequested) {
@@ -111,6 +115,11 @@ void CAppTypeWin::RunApp()
             CloseWindows();
             continue;
         }
+        if (event == EWindowEvent::Pause) {
+            m_paused = !m_paused;
+            Log(m_paused ? "Paused" : "Resumed");
+            continue;
+        }
         if (event != EWindowEvent::None)
             continue;
         if (m_paused) {
@@ -119,9 +128,56 @@ void CAppTypeWin::RunApp()
             m_timer.Clock().Sleep(10);
             continue;
         }
-        Frame();
-        if (m_maxFrames > 0 && m_frameCount >= m_maxFrames)
-            ShutdownApp();
+        if (m_windowMode == WK_Record) {
+            RecordStep();
+        } else {
+            Frame();
+            if (m_maxFrames > 0 && m_frameCount >= m_maxFrames)
+                ShutdownApp();
+        }
     }
+    if (m_recording && m_recorder)
+        m_recorder->StopMovie();
+    m_recording = false;
     Log("** Exiting main message loop ** ");
+}
+
+void CAppTypeWin::StartRecording()
+{
+    const bool song = !m_config->SongFile.empty();
+    if (m_recordStart < 0.0f)
+        m_recordStart = song ? 0.0f : 15.0f;
+    if (m_recordLength < 0.0f)
+        m_recordLength = song ? 217.0f : 60.0f;
+    m_recordTime = 0.0;
+    const std::string path = m_config->MovieFile.empty() ? std::string("movie.avi") : m_config->MovieFile;
+    if (!m_recorder) {
+        Log("Recording run without a recorder: frames are drawn, not written");
+        return;
+    }
+    m_recording = m_recorder->StartMovie(path);
+    if (!m_recording) {
+        Error("Recording could not start: \"%s\"", path.c_str());
+        ShutdownApp();
+    }
+}
+
+void CAppTypeWin::RecordStep()
+{
+    constexpr float Step = 1.0f / 30.0f;
+    m_fps = 30.0f;
+    m_frameIntervalMs = 0;
+    m_engineTime += Step;
+    UpdateApp(Step);
+    m_recordTime += 1.0 / m_fps;
+    RenderFrame();
+    if (m_recordTime >= m_recordStart && m_recording)
+        m_recorder->WriteFrame(static_cast<int>(m_fps));
+    if (m_recordTime > double(m_recordStart) + m_recordLength) {
+        if (m_recording)
+            m_recorder->StopMovie();
+        m_recording = false;
+        ShutdownApp();
+    }
+    ++m_frameCount;
 }

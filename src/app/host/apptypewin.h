@@ -7,6 +7,7 @@
 #include <string>
 
 class CCfg;
+class CFrameRecorder;
 class CRenderOGL;
 class CUserApp3d;
 
@@ -38,6 +39,13 @@ public:
     bool m_paused = false;
     // Ends the run by itself after this many frames; 0 runs until closed.
     int32_t m_maxFrames = 0;
+    // Window mode 5 writes its frames here; without one it only draws.
+    CFrameRecorder* m_recorder = nullptr;
+    // Seconds of simulated time at which recording starts and how long it
+    // lasts; negative values take the defaults (15 and 60, or 0 and 217 for
+    // a song).
+    float m_recordStart = -1.0f;
+    float m_recordLength = -1.0f;
     CUserApp3d* m_userApp;
     std::string m_configPath;
     std::unique_ptr<CCfg> m_config;
@@ -50,8 +58,13 @@ protected:
 private:
     // What WM_CLOSE and WM_DESTROY did: the render lets go of the windows.
     void CloseWindows();
+    void StartRecording();
+    // One frame of a recording run: time is simulated, not read from a clock.
+    void RecordStep();
 
     bool m_quit = false;
+    bool m_recording = false;
+    double m_recordTime = 0.0;
 };
 
 // The one host of the process.
