@@ -43,13 +43,15 @@ bool ParseFloat(std::string_view text, float& out)
     return ReadFloatAt(copy, pos, out);
 }
 
-bool ParseDouble(std::string_view text, double& out)
+bool ParseDouble(std::string_view text, double& out, size_t* used)
 {
     const std::string copy(text);
     char* end = nullptr;
     const double value = strtod_l(copy.c_str(), &end, CLocale());
     if (end == copy.c_str())
         return false;
+    if (used)
+        *used = static_cast<size_t>(end - copy.c_str());
     out = value;
     return true;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -12,7 +13,8 @@ std::string FormatG(double value, int precision = 6);
 // Reads one number the way strtof/strtol do (leading blanks, sign, trailing
 // rubbish ignored). Returns false and leaves `out` alone when nothing is read.
 bool ParseFloat(std::string_view text, float& out);
-bool ParseDouble(std::string_view text, double& out);
+// `used`, when given, receives the number of characters read.
+bool ParseDouble(std::string_view text, double& out, size_t* used = nullptr);
 bool ParseLong(std::string_view text, long& out);
 
 // sscanf(text, "%f %f ...") for `count` fields: returns how many were read.

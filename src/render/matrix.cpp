@@ -45,6 +45,38 @@ CMatrix MatrixMultiply(const CMatrix& a, const CMatrix& b)
     return out;
 }
 
+CMatrix MatrixTranspose(const CMatrix& m)
+{
+    CMatrix out{};
+    for (int r = 0; r < 4; ++r)
+        for (int c = 0; c < 4; ++c)
+            out[c * 4 + r] = m[r * 4 + c];
+    return out;
+}
+
+CMatrix MatrixInverse(const CMatrix& m)
+{
+    // Cofactor expansion by 2x2 sub-determinants of the upper and lower rows.
+    const float s0 = m[0] * m[5] - m[4] * m[1], s1 = m[0] * m[6] - m[4] * m[2], s2 = m[0] * m[7] - m[4] * m[3];
+    const float s3 = m[1] * m[6] - m[5] * m[2], s4 = m[1] * m[7] - m[5] * m[3], s5 = m[2] * m[7] - m[6] * m[3];
+    const float c5 = m[10] * m[15] - m[14] * m[11], c4 = m[9] * m[15] - m[13] * m[11], c3 = m[9] * m[14] - m[13] * m[10];
+    const float c2 = m[8] * m[15] - m[12] * m[11], c1 = m[8] * m[14] - m[12] * m[10], c0 = m[8] * m[13] - m[12] * m[9];
+    const float det = s0 * c5 - s1 * c4 + s2 * c3 + s3 * c2 - s4 * c1 + s5 * c0;
+    if (det == 0.0f || !std::isfinite(det))
+        return MatrixIdentity();
+    const float k = 1.0f / det;
+    return CMatrix{
+        (m[5] * c5 - m[6] * c4 + m[7] * c3) * k,   (-m[1] * c5 + m[2] * c4 - m[3] * c3) * k,
+        (m[13] * s5 - m[14] * s4 + m[15] * s3) * k, (-m[9] * s5 + m[10] * s4 - m[11] * s3) * k,
+        (-m[4] * c5 + m[6] * c2 - m[7] * c1) * k,  (m[0] * c5 - m[2] * c2 + m[3] * c1) * k,
+        (-m[12] * s5 + m[14] * s2 - m[15] * s1) * k, (m[8] * s5 - m[10] * s2 + m[11] * s1) * k,
+        (m[4] * c4 - m[5] * c2 + m[7] * c0) * k,   (-m[0] * c4 + m[1] * c2 - m[3] * c0) * k,
+        (m[12] * s4 - m[13] * s2 + m[15] * s0) * k, (-m[8] * s4 + m[9] * s2 - m[11] * s0) * k,
+        (-m[4] * c3 + m[5] * c1 - m[6] * c0) * k,  (m[0] * c3 - m[1] * c1 + m[2] * c0) * k,
+        (-m[12] * s3 + m[13] * s1 - m[14] * s0) * k, (m[8] * s3 - m[9] * s1 + m[10] * s0) * k,
+    };
+}
+
 SVec3 TransformPoint(const SVec3& p, const CMatrix& m)
 {
     float v[4];

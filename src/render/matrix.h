@@ -22,6 +22,9 @@ SVec3 Normalize(const SVec3& v);
 CMatrix MatrixIdentity();
 // a × b: first a, then b.
 CMatrix MatrixMultiply(const CMatrix& a, const CMatrix& b);
+CMatrix MatrixTranspose(const CMatrix& m);
+// The inverse of m; a singular matrix gives the identity.
+CMatrix MatrixInverse(const CMatrix& m);
 // The point p as a row vector times m, divided by w.
 SVec3 TransformPoint(const SVec3& p, const CMatrix& m);
 
