@@ -203,6 +203,7 @@ bool CFx::Parse(const std::string& text)
 
 bool CFx::Create(const std::string& text, const std::string& sourceName)
 {
+    m_sourceName = sourceName;
     std::string preprocessed, errors;
     if (!m_manager->Preprocess(text, sourceName, preprocessed, errors)) {
         m_manager->ReportError("The effect text could not be preprocessed", FXE_Compile, errors);

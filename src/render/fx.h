@@ -140,4 +140,6 @@ protected:
     SFxEffectDesc m_desc;
     std::vector<std::unique_ptr<SFxParameter>> m_params;
     bool m_created = false;
+    // What messages call the effect's text: its file name, or "effect".
+    std::string m_sourceName;
 };
