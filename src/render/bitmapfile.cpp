@@ -77,7 +77,9 @@ bool CBitmapFile::Paste(const CBitmapFile& source, int x, int y)
 {
     if (!m_bitmap || !source.m_bitmap)
         return false;
-    return FreeImage_Paste(m_bitmap, source.m_bitmap, x, y, 255) != FALSE;
+    // FreeImage blends for alpha up to 255 and divides by 256 there, which
+    // darkens every channel by one step; above 255 it copies.
+    return FreeImage_Paste(m_bitmap, source.m_bitmap, x, y, 256) != FALSE;
 }
 
 bool CBitmapFile::FlipVertical()
