@@ -28,14 +28,17 @@ CTextureManager::CTextureManager(CRenderData* renderData) : m_renderData(renderD
 
 CTextureManager::~CTextureManager()
 {
-    Free();
     // Taken out of the lists first: a colour texture that is still lent out
     // lets go of its target while it dies, and that release must find
     // nothing to move.
-    auto targets = std::move(m_usedRenderTargets);
-    auto textures = std::move(m_usedTextures);
-    targets.clear();
-    textures.clear();
+    auto freeTargets = std::move(m_freeRenderTargets);
+    auto usedTargets = std::move(m_usedRenderTargets);
+    auto freeTextures = std::move(m_freeTextures);
+    auto usedTextures = std::move(m_usedTextures);
+    freeTargets.clear();
+    usedTargets.clear();
+    freeTextures.clear();
+    usedTextures.clear();
 }
 
 void CTextureManager::ReleaseRenderTarget(CRenderTarget* target)

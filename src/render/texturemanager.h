@@ -17,8 +17,9 @@ class CTextureManager
 {
 public:
     explicit CTextureManager(CRenderData* renderData);
-    // Destroys everything still pooled, also what is lent out: holders must
-    // have let go before, as they do on InvalidateDevice.
+    // Destroys every pooled object, also what is lent out, without a word in
+    // the log (Free does the logging): holders must have let go before, as
+    // they do on InvalidateDevice.
     virtual ~CTextureManager();
     CTextureManager(const CTextureManager&) = delete;
     CTextureManager& operator=(const CTextureManager&) = delete;
