@@ -8,4 +8,8 @@ CRenderData::~CRenderData()
 void CRenderData::FreeDeviceObjects()
 {
     m_stateManager.reset();
+    if (m_textureManager) {
+        m_textureManager->Free();
+        m_textureManager.reset();
+    }
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "render/renderstates.h"
+#include "render/texturemanager.h"
 
 #include <cstdint>
 #include <memory>
@@ -16,6 +17,8 @@ public:
 
     CRenderStateManager* GetStateManager() { return m_stateManager.get(); }
     void SetStateManager(std::unique_ptr<CRenderStateManager> manager) { m_stateManager = std::move(manager); }
+    CTextureManager* GetTextureManager() { return m_textureManager.get(); }
+    void SetTextureManager(std::unique_ptr<CTextureManager> manager) { m_textureManager = std::move(manager); }
     // Frees the device-side members in their shut-down order.
     void FreeDeviceObjects();
 
@@ -27,4 +30,5 @@ public:
 
 private:
     std::unique_ptr<CRenderStateManager> m_stateManager;
+    std::unique_ptr<CTextureManager> m_textureManager;
 };

@@ -85,3 +85,27 @@ uint32_t PackColor(float r, float g, float b, float a)
 {
     return ColorByte(r) | (ColorByte(g) << 8) | (ColorByte(b) << 16) | (ColorByte(a) << 24);
 }
+
+const char* TextureFormatName(int format)
+{
+    switch (format) {
+    case TF_A8R8G8B8:
+        return "A8R8G8B8";
+    case TF_R8G8:
+        return "R8G8";
+    case TF_R8:
+        return "R8";
+    case TF_A32R32G32B32F:
+        return "A32R32G32B32F";
+    case TF_A16R16G16B16F:
+        return "A16R16G16B16F";
+    case TF_R11G11B10F:
+        return "R11G11B10F";
+    case TF_D24:
+        return "D24";
+    case TF_D24S8:
+        return "D24S8";
+    default:
+        return "Unknown";
+    }
+}

@@ -62,6 +62,9 @@ enum
     TF_D24S8 = 0x1000,
 };
 
+// The name of a TF_* format in log lines, "Unknown" for any other value.
+const char* TextureFormatName(int format);
+
 // Texture types.
 enum
 {

@@ -102,6 +102,9 @@ bool CGLContext::LoadEntryPoints()
         {"glDrawElementsInstanced", reinterpret_cast<const void*>(glDrawElementsInstanced)},
         {"glGenFramebuffersEXT", reinterpret_cast<const void*>(glGenFramebuffersEXT)},
         {"glGenerateMipmapEXT", reinterpret_cast<const void*>(glGenerateMipmapEXT)},
+        {"glGenRenderbuffersEXT", reinterpret_cast<const void*>(glGenRenderbuffersEXT)},
+        {"glFramebufferTexture2DEXT", reinterpret_cast<const void*>(glFramebufferTexture2DEXT)},
+        {"glTexImage3D", reinterpret_cast<const void*>(glTexImage3D)},
     };
     for (const SEntry& entry : needed)
         if (!entry.address)

@@ -4,32 +4,92 @@
 
 #include <utility>
 
-// A GL buffer name owned by one object: deleted with it, moved, never copied.
-// The context must be current when it dies.
-class CGLBuffer
+// Asks for a GL object that starts without a name.
+struct SGLEmpty
+{
+};
+inline constexpr SGLEmpty GLEmpty{};
+
+// A GL object name owned by one object: generated with it, deleted with it,
+// moved, never copied. The context must be current when it dies. Traits give
+// the Gen and Delete calls, which GLEW only resolves at run time.
+template <class Traits>
+class TGLObject
 {
 public:
-    CGLBuffer() { glGenBuffers(1, &m_id); }
-    ~CGLBuffer()
-    {
-        if (m_id)
-            glDeleteBuffers(1, &m_id);
-    }
-    CGLBuffer(CGLBuffer&& other) noexcept : m_id(std::exchange(other.m_id, 0)) {}
-    CGLBuffer& operator=(CGLBuffer&& other) noexcept
+    TGLObject() : m_id(Traits::Create()) {}
+    explicit TGLObject(SGLEmpty) {}
+    ~TGLObject() { Reset(); }
+    TGLObject(TGLObject&& other) noexcept : m_id(std::exchange(other.m_id, 0)) {}
+    TGLObject& operator=(TGLObject&& other) noexcept
     {
         if (this != &other) {
-            if (m_id)
-                glDeleteBuffers(1, &m_id);
+            Reset();
             m_id = std::exchange(other.m_id, 0);
         }
         return *this;
     }
-    CGLBuffer(const CGLBuffer&) = delete;
-    CGLBuffer& operator=(const CGLBuffer&) = delete;
+    TGLObject(const TGLObject&) = delete;
+    TGLObject& operator=(const TGLObject&) = delete;
 
     GLuint Id() const { return m_id; }
+    // Deletes the name now rather than with the owner.
+    void Reset()
+    {
+        if (m_id)
+            Traits::Destroy(m_id);
+        m_id = 0;
+    }
 
 private:
     GLuint m_id = 0;
 };
+
+struct SGLBufferTraits
+{
+    static GLuint Create()
+    {
+        GLuint id = 0;
+        glGenBuffers(1, &id);
+        return id;
+    }
+    static void Destroy(GLuint id) { glDeleteBuffers(1, &id); }
+};
+
+struct SGLTextureTraits
+{
+    static GLuint Create()
+    {
+        GLuint id = 0;
+        glGenTextures(1, &id);
+        return id;
+    }
+    static void Destroy(GLuint id) { glDeleteTextures(1, &id); }
+};
+
+struct SGLFramebufferTraits
+{
+    static GLuint Create()
+    {
+        GLuint id = 0;
+        glGenFramebuffersEXT(1, &id);
+        return id;
+    }
+    static void Destroy(GLuint id) { glDeleteFramebuffersEXT(1, &id); }
+};
+
+struct SGLRenderbufferTraits
+{
+    static GLuint Create()
+    {
+        GLuint id = 0;
+        glGenRenderbuffersEXT(1, &id);
+        return id;
+    }
+    static void Destroy(GLuint id) { glDeleteRenderbuffersEXT(1, &id); }
+};
+
+using CGLBuffer = TGLObject<SGLBufferTraits>;
+using CGLTexture = TGLObject<SGLTextureTraits>;
+using CGLFramebuffer = TGLObject<SGLFramebufferTraits>;
+using CGLRenderbuffer = TGLObject<SGLRenderbufferTraits>;

@@ -2,6 +2,7 @@
 
 #include "renderogl/bufferogl.h"
 #include "renderogl/renderstatemanagerogl.h"
+#include "renderogl/texturemanagerogl.h"
 
 #include <GL/glew.h>
 
@@ -30,6 +31,9 @@ bool CRenderOGL::InitDevice()
 {
     m_data->SetStateManager(std::make_unique<CRenderStateManagerOGL>(m_data.get()));
     m_data->GetStateManager()->Reset();
+    m_data->SetTextureManager(std::make_unique<CTextureManagerOGL>(m_data.get()));
+    if (!m_data->GetTextureManager()->Init())
+        return false;
     glPixelStorei(GL_UNPACK_ALIGNMENT, 1);
     return true;
 }

@@ -13,7 +13,7 @@ void CPDTexture::InvalidateDevice(CRender*)
 
 std::shared_ptr<CTexture> CPDTexture::GetTexture(CRender* render)
 {
-    return m_textures[render->GetDeviceIndex()];
+    return dObjs[render->GetDeviceIndex()].m_texture;
 }
 
 void CPDTexture::ReleaseTexture(std::shared_ptr<CTexture> texture)

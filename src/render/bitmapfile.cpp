@@ -1,0 +1,104 @@
+#include "render/bitmapfile.h"
+
+#include "app/log.h"
+
+#include <FreeImage.h>
+
+#include <utility>
+
+namespace {
+
+void LogFreeImageMessage(FREE_IMAGE_FORMAT format, const char* message)
+{
+    const char* name = format == FIF_UNKNOWN ? "Unknown" : FreeImage_GetFormatFromFIF(format);
+    Log("Error loading image: %s (%s)", name ? name : "Unknown", message ? message : "");
+}
+
+} // namespace
+
+CBitmapFile::CBitmapFile()
+{
+    FreeImage_SetOutputMessage(LogFreeImageMessage);
+}
+
+CBitmapFile::~CBitmapFile()
+{
+    Unload();
+}
+
+void CBitmapFile::Unload()
+{
+    if (m_bitmap)
+        FreeImage_Unload(m_bitmap);
+    m_bitmap = nullptr;
+}
+
+int CBitmapFile::GetWidth() const
+{
+    return m_bitmap ? static_cast<int>(FreeImage_GetWidth(m_bitmap)) : 0;
+}
+
+int CBitmapFile::GetHeight() const
+{
+    return m_bitmap ? static_cast<int>(FreeImage_GetHeight(m_bitmap)) : 0;
+}
+
+bool CBitmapFile::Allocate(int width, int height)
+{
+    Unload();
+    m_bitmap = FreeImage_Allocate(width, height, 24);
+    return m_bitmap != nullptr;
+}
+
+bool CBitmapFile::Load(const char* path)
+{
+    // The contents decide first; the name only when they say nothing.
+    FREE_IMAGE_FORMAT format = FreeImage_GetFileType(path, 0);
+    if (format == FIF_UNKNOWN)
+        format = FreeImage_GetFIFFromFilename(path);
+    if (format == FIF_UNKNOWN || !FreeImage_FIFSupportsReading(format))
+        return false;
+    Unload();
+    m_bitmap = FreeImage_Load(format, path, 0);
+    return true;
+}
+
+bool CBitmapFile::Save(const char* path)
+{
+    const FREE_IMAGE_FORMAT format = FreeImage_GetFIFFromFilename(path);
+    if (format == FIF_UNKNOWN || !m_bitmap)
+        return false;
+    if (!FreeImage_FIFSupportsWriting(format) || !FreeImage_FIFSupportsExportBPP(format, FreeImage_GetBPP(m_bitmap)))
+        return Error("Format doesn't support writing");
+    return FreeImage_Save(format, m_bitmap, path, 0) != FALSE;
+}
+
+bool CBitmapFile::Paste(const CBitmapFile& source, int x, int y)
+{
+    if (!m_bitmap || !source.m_bitmap)
+        return false;
+    // FreeImage blends for alpha up to 255 and divides by 256 there, which
+    // darkens every channel by one step; above 255 it copies.
+    return FreeImage_Paste(m_bitmap, source.m_bitmap, x, y, 256) != FALSE;
+}
+
+bool CBitmapFile::FlipVertical()
+{
+    return m_bitmap && FreeImage_FlipVertical(m_bitmap) != FALSE;
+}
+
+void CBitmapFile::ReadPixels(uint8_t* destination, int pitch) const
+{
+    if (!m_bitmap)
+        return;
+    FreeImage_ConvertToRawBits(destination, m_bitmap, pitch, 32, FI_RGBA_RED_MASK, FI_RGBA_GREEN_MASK,
+                               FI_RGBA_BLUE_MASK, TRUE);
+    // FreeImage keeps b, g, r, a on little-endian machines.
+    const int width = GetWidth();
+    const int height = GetHeight();
+    for (int y = 0; y < height; ++y) {
+        uint8_t* pixel = destination + static_cast<size_t>(y) * pitch;
+        for (int x = 0; x < width; ++x, pixel += 4)
+            std::swap(pixel[0], pixel[2]);
+    }
+}

@@ -1,0 +1,43 @@
+#pragma once
+
+#include <cstdint>
+
+struct FIBITMAP;
+
+// One picture in memory, loaded from and saved to files by FreeImage.
+class CBitmapFile
+{
+public:
+    // Routes FreeImage's messages to the log.
+    CBitmapFile();
+    ~CBitmapFile();
+    CBitmapFile(const CBitmapFile&) = delete;
+    CBitmapFile& operator=(const CBitmapFile&) = delete;
+
+    // 0 for an empty bitmap.
+    int GetWidth() const;
+    int GetHeight() const;
+
+    // A black 24-bit picture of that size in place of the current one.
+    bool Allocate(int width, int height);
+    // True when a load was tried: a file that can't be decoded leaves an
+    // empty bitmap, so callers test the size. False for a format FreeImage
+    // does not know or cannot read.
+    bool Load(const char* path);
+    // The format follows the file name's extension.
+    bool Save(const char* path);
+    // Copies `source` with its top left corner at x, y (from the top).
+    bool Paste(const CBitmapFile& source, int x, int y);
+    bool FlipVertical();
+    // Top row first, 4 bytes per pixel in the order r, g, b, a, rows `pitch`
+    // bytes apart.
+    void ReadPixels(uint8_t* destination, int pitch) const;
+
+    // For writing the pixels directly; null when empty.
+    FIBITMAP* GetBitmap() const { return m_bitmap; }
+
+private:
+    void Unload();
+
+    FIBITMAP* m_bitmap = nullptr;
+};
