@@ -155,6 +155,12 @@ bool CShaderCompiler::Compile(const SShaderSource& source, SCompiledShader& resu
     result = SCompiledShader{};
     result.stage = source.stage;
     errors.clear();
+    EShaderStage profileStage = source.stage;
+    if (CShaderCompiler::StageOfProfile(source.profile, profileStage) && profileStage != source.stage) {
+        errors = std::string(source.name) + " : error: profile " + std::string(source.profile) + " compiles " +
+                 (profileStage == EShaderStage::Vertex ? "vertex" : "fragment") + " programs\n";
+        return false;
+    }
 
     // Macros and conditionals are resolved first, so that the entry's
     // signature is read from the code that will compile.

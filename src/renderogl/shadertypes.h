@@ -56,7 +56,7 @@ struct SShaderSource
     EShaderStage stage = EShaderStage::Vertex;
     std::string_view entry; // the entry function
     std::vector<std::string> entryArgs; // `compile vp40 main(0.5, float2(1, 2))` gives "0.5", "float2(1, 2)"
-    std::string_view profile; // only its stage matters
+    std::string_view profile; // only its stage matters: a known profile of the other stage is an error
     std::string_view name = "shader"; // names the code in errors until a #line names it otherwise
     std::string includeDir; // where #include "file" looks; empty for [apppath]nodedata
 };

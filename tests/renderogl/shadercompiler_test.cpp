@@ -206,6 +206,15 @@ TEST(ShaderCompiler, StageOfProfile)
         {"ARBFP1", true, EShaderStage::Fragment},  {"glslf", true, EShaderStage::Fragment},
         {"gs_4_0", false, EShaderStage::Vertex},   {"", false, EShaderStage::Vertex},
     };
+    SShaderSource source = Source("float4 main() : COLOR { return 1; }", EShaderStage::Fragment, "main");
+    source.profile = "vp40";
+    SCompiledShader shader;
+    std::string errors;
+    EXPECT_FALSE(CShaderCompiler::Compile(source, shader, errors));
+    EXPECT_NE(errors.find("profile vp40 compiles vertex programs"), std::string::npos) << errors;
+    source.profile = "fp40";
+    EXPECT_TRUE(CShaderCompiler::Compile(source, shader, errors)) << errors;
+
     for (const auto& c : cases) {
         EShaderStage stage = EShaderStage::Vertex;
         EXPECT_EQ(CShaderCompiler::StageOfProfile(c.profile, stage), c.known) << c.profile;
