@@ -167,6 +167,10 @@ void CGLProgram::SetFloats(int param, std::span<const float> values)
     if (param < 0 || static_cast<size_t>(param) >= m_params.size())
         return;
     SParam& p = m_params[static_cast<size_t>(param)];
+    if (p.components > 4 && values.size() >= static_cast<size_t>(p.components)) {
+        SetMatrix(param, values.data(), EMatrixLoad::Rows);
+        return;
+    }
     if (p.components == 0 || p.components > 4)
         return;
     const size_t count = std::min(values.size(), p.values.size());

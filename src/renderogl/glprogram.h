@@ -63,7 +63,8 @@ public:
     const std::vector<SParam>& Params() const { return m_params; }
 
     // float to float4 and their arrays: as many values as the uniform
-    // holds, or fewer. Ignored for other types and for -1.
+    // holds, or fewer. A matrix takes its values row by row. Ignored for
+    // other types and for -1.
     void SetFloats(int param, std::span<const float> values);
     void SetFloat(int param, float x) { SetFloats(param, std::span<const float>(&x, 1)); }
     void SetFloat4(int param, float x, float y, float z, float w)

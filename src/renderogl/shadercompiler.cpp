@@ -13,7 +13,6 @@
 #include <algorithm>
 #include <cctype>
 #include <memory>
-#include <regex>
 #include <sstream>
 
 namespace {
@@ -43,29 +42,6 @@ float4 lumora_lit(float n_dot_l, float n_dot_h, float m)
     return float4(1.0, max(n_dot_l, 0.0), (n_dot_l < 0.0 || n_dot_h < 0.0) ? 0.0 : pow(n_dot_h, m), 1.0);
 }
 )";
-
-// glslang's "ERROR: name:12: message" lines as "name(12) : error: message";
-// its summary lines go, and so does the note that parsing stopped.
-std::string Listing(const std::string& log)
-{
-    static const std::regex s_line(R"(^(ERROR|WARNING): (.*?):(\d+): (.*)$)");
-    std::istringstream in(log);
-    std::string result, line;
-    std::smatch m;
-    while (std::getline(in, line)) {
-        while (!line.empty() && std::isspace(static_cast<unsigned char>(line.back())))
-            line.pop_back();
-        if (line.find("HLSL parsing failed") != std::string::npos)
-            continue;
-        if (std::regex_match(line, m, s_line))
-            result += m[2].str() + "(" + m[3].str() + ") : " + (m[1] == "ERROR" ? "error" : "warning") + ": " +
-                      m[4].str() + "\n";
-        else if (!line.empty() && line.find("compilation errors") == std::string::npos &&
-                 line.find("No code generated") == std::string::npos)
-            result += line + "\n";
-    }
-    return result;
-}
 
 // The wrapper's text with line numbers, for errors found in it.
 std::string Numbered(const std::string& text)
@@ -167,10 +143,8 @@ bool CShaderCompiler::Compile(const SShaderSource& source, SCompiledShader& resu
     std::string code;
     const std::string includeDir =
         source.includeDir.empty() ? CShaderPreprocessor::DefaultIncludeDir() : source.includeDir;
-    if (!CShaderPreprocessor::Preprocess(source.code, source.name, includeDir, code, errors)) {
-        errors = Listing(errors);
+    if (!CShaderPreprocessor::Preprocess(source.code, source.name, includeDir, code, errors))
         return false;
-    }
 
     CShaderEntryWrapper wrapper;
     std::string wrapperError;
@@ -205,7 +179,7 @@ bool CShaderCompiler::Compile(const SShaderSource& source, SCompiledShader& resu
         const auto messages = static_cast<EShMessages>(EShMsgReadHlsl | EShMsgSpvRules | EShMsgVulkanRules |
                                                        EShMsgHlslDX9Compatible);
         if (!shader.parse(GetDefaultResources(), 100, false, messages)) {
-            errors = Listing(shader.getInfoLog());
+            errors = CShaderPreprocessor::Listing(shader.getInfoLog());
             if (errors.find(std::string(WrapperName) + "(") != std::string::npos)
                 errors += "The entry wrapper:\n" + Numbered(wrapperText);
             return false;
@@ -213,7 +187,7 @@ bool CShaderCompiler::Compile(const SShaderSource& source, SCompiledShader& resu
         glslang::TProgram program;
         program.addShader(&shader);
         if (!program.link(messages) || !program.mapIO()) {
-            errors = Listing(program.getInfoLog());
+            errors = CShaderPreprocessor::Listing(program.getInfoLog());
             return false;
         }
         glslang::SpvOptions options;

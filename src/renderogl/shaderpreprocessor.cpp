@@ -6,7 +6,9 @@
 #include <glslang/Public/ResourceLimits.h>
 #include <glslang/Public/ShaderLang.h>
 
+#include <cctype>
 #include <fstream>
+#include <regex>
 #include <memory>
 #include <sstream>
 
@@ -72,7 +74,7 @@ bool CShaderPreprocessor::Preprocess(std::string_view text, std::string_view nam
     std::string preprocessed;
     const auto messages = static_cast<EShMessages>(EShMsgReadHlsl | EShMsgHlslDX9Compatible);
     if (!shader.preprocess(GetDefaultResources(), 100, ENoProfile, false, false, messages, &preprocessed, includer)) {
-        errors = shader.getInfoLog();
+        errors = Listing(shader.getInfoLog());
         return false;
     }
     output = "#line 1 \"" + nameText + "\"\n" + preprocessed;
@@ -82,4 +84,25 @@ bool CShaderPreprocessor::Preprocess(std::string_view text, std::string_view nam
 std::string CShaderPreprocessor::DefaultIncludeDir()
 {
     return g_paths.m_appPath + "/nodedata";
+}
+
+std::string CShaderPreprocessor::Listing(const std::string& log)
+{
+    static const std::regex s_line(R"(^(ERROR|WARNING): (.*?):(\d+): (.*)$)");
+    std::istringstream in(log);
+    std::string result, line;
+    std::smatch m;
+    while (std::getline(in, line)) {
+        while (!line.empty() && std::isspace(static_cast<unsigned char>(line.back())))
+            line.pop_back();
+        if (line.find("HLSL parsing failed") != std::string::npos)
+            continue;
+        if (std::regex_match(line, m, s_line))
+            result += m[2].str() + "(" + m[3].str() + ") : " + (m[1] == "ERROR" ? "error" : "warning") + ": " +
+                      m[4].str() + "\n";
+        else if (!line.empty() && line.find("compilation errors") == std::string::npos &&
+                 line.find("No code generated") == std::string::npos)
+            result += line + "\n";
+    }
+    return result;
 }

@@ -18,10 +18,13 @@ class CShaderPreprocessor
 public:
     // `name` names the text in #line directives and error messages;
     // `includeDir` is where #include "file" looks for its files. On failure
-    // `errors` holds the preprocessor's messages, one a line
-    // ("ERROR: name:line: message").
+    // `errors` holds a listing as Listing() writes it.
     static bool Preprocess(std::string_view text, std::string_view name, const std::string& includeDir,
                            std::string& output, std::string& errors);
+
+    // glslang's messages ("ERROR: name:12: text") as a listing, one a line:
+    // "name(12) : error: text". Its summary lines go.
+    static std::string Listing(const std::string& log);
 
     // "[apppath]nodedata", where the effects' shared include files live.
     static std::string DefaultIncludeDir();

@@ -200,6 +200,11 @@ TEST_F(GLProgram, DrawsWithParametersSetByNameAndMatricesInBothLoadings)
     Draw(program);
     EXPECT_FALSE(Near(At(Width / 2 + 2, 8), blue) && Near(At(2, 8), red) && Near(At(Width / 4 + 2, 8), halfGreen));
 
+    // Plain floats fill a matrix row by row.
+    program.SetFloats("wvp", leftHalf);
+    Draw(program);
+    expectLeftHalf("floats");
+
     // Identity: the whole target, left half red and right half green.
     const float identity[16] = {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1};
     program.SetMatrix(program.Find("wvp"), identity, EMatrixLoad::Rows);

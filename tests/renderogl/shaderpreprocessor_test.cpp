@@ -104,12 +104,12 @@ TEST(ShaderPreprocessor, ReportsMissingIncludesAndErrorDirectives)
     EXPECT_FALSE(CShaderPreprocessor::Preprocess("float a;\n#include \"missing.cgh\"\n", "fx", nodedata.Path(), output,
                                                  errors));
     EXPECT_NE(errors.find("missing.cgh"), std::string::npos) << errors;
-    EXPECT_NE(errors.find("fx:2"), std::string::npos) << errors;
+    EXPECT_NE(errors.find("fx(2) : error"), std::string::npos) << errors;
 
     EXPECT_FALSE(CShaderPreprocessor::Preprocess("#if 1\n#error no support here\n#endif\n", "fx", nodedata.Path(),
                                                  output, errors));
     EXPECT_NE(errors.find("no support here"), std::string::npos) << errors;
 
     EXPECT_FALSE(CShaderPreprocessor::Preprocess("#if 1\nfloat a;\n", "fx", nodedata.Path(), output, errors));
-    EXPECT_NE(errors.find("fx:"), std::string::npos) << errors;
+    EXPECT_NE(errors.find("fx("), std::string::npos) << errors;
 }
