@@ -19,7 +19,7 @@ packages=(
   # statistics upload
   libcurl4-openssl-dev
   # effect compiler
-  glslang-dev glslang-tools libspirv-cross-c-shared-dev spirv-cross
+  glslang-dev glslang-tools spirv-tools libspirv-cross-c-shared-dev spirv-cross
   # fuzzing, benchmark peers
   clang libmuparser-dev
   # headless display and GL

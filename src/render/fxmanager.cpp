@@ -6,6 +6,8 @@
 
 #include <chrono>
 
+CFxManager::CFxManager(CRenderData* owner) : m_owner(owner) {}
+
 CFxManager::~CFxManager()
 {
     // Device forms free their effects in their own destructor, while the

@@ -23,7 +23,7 @@ enum
 class CFxManager
 {
 public:
-    explicit CFxManager(CRenderData* owner) : m_owner(owner) {}
+    explicit CFxManager(CRenderData* owner);
     virtual ~CFxManager();
     CFxManager(const CFxManager&) = delete;
     CFxManager& operator=(const CFxManager&) = delete;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "render/fxmanager.h"
 #include "render/renderstates.h"
 #include "render/texturemanager.h"
 
@@ -19,6 +20,8 @@ public:
     void SetStateManager(std::unique_ptr<CRenderStateManager> manager) { m_stateManager = std::move(manager); }
     CTextureManager* GetTextureManager() { return m_textureManager.get(); }
     void SetTextureManager(std::unique_ptr<CTextureManager> manager) { m_textureManager = std::move(manager); }
+    CFxManager* GetFxManager() { return m_fxManager.get(); }
+    void SetFxManager(std::unique_ptr<CFxManager> manager) { m_fxManager = std::move(manager); }
     // Frees the device-side members in their shut-down order.
     void FreeDeviceObjects();
 
@@ -30,5 +33,6 @@ public:
 
 private:
     std::unique_ptr<CRenderStateManager> m_stateManager;
+    std::unique_ptr<CFxManager> m_fxManager;
     std::unique_ptr<CTextureManager> m_textureManager;
 };

@@ -1,6 +1,7 @@
 #include "renderogl/renderogl.h"
 
 #include "renderogl/bufferogl.h"
+#include "renderogl/fxmanagerogl.h"
 #include "renderogl/renderstatemanagerogl.h"
 #include "renderogl/texturemanagerogl.h"
 
@@ -34,6 +35,8 @@ bool CRenderOGL::InitDevice()
     m_data->SetTextureManager(std::make_unique<CTextureManagerOGL>(m_data.get()));
     if (!m_data->GetTextureManager()->Init())
         return false;
+    m_data->SetFxManager(std::make_unique<CFxManagerOGL>(m_data.get()));
+    m_data->GetFxManager()->Init();
     glPixelStorei(GL_UNPACK_ALIGNMENT, 1);
     return true;
 }

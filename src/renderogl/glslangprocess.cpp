@@ -1,0 +1,20 @@
+#include "renderogl/glslangprocess.h"
+
+#include <glslang/Public/ShaderLang.h>
+
+CGlslangProcess::CGlslangProcess()
+{
+    glslang::InitializeProcess();
+}
+
+CGlslangProcess::~CGlslangProcess()
+{
+    glslang::FinalizeProcess();
+}
+
+void CGlslangProcess::Ensure()
+{
+    // A function-local static is built on first use and destroyed at exit
+    // after every shader object of ours, which all live inside function calls.
+    static CGlslangProcess s_process;
+}
