@@ -59,6 +59,18 @@ bool CBitmapFile::Load(const char* path)
     if (format == FIF_UNKNOWN || !FreeImage_FIFSupportsReading(format))
         return false;
     Unload();
+    // A header may claim any size; a picture that would not fit in memory
+    // is refused before its pixels are read.
+    if (FreeImage_FIFSupportsNoPixels(format)) {
+        FIBITMAP* header = FreeImage_Load(format, path, FIF_LOAD_NOPIXELS);
+        const uint64_t pixels = header ? uint64_t(FreeImage_GetWidth(header)) * FreeImage_GetHeight(header) : 0;
+        if (header)
+            FreeImage_Unload(header);
+        if (pixels > MaxPixels) {
+            Error("Error loading image: %s (%s)", FreeImage_GetFormatFromFIF(format), "the picture is too large");
+            return true;
+        }
+    }
     m_bitmap = FreeImage_Load(format, path, 0);
     return true;
 }

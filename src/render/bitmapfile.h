@@ -33,6 +33,9 @@ public:
     // bytes apart.
     void ReadPixels(uint8_t* destination, int pitch) const;
 
+    // Pictures of more pixels than this (16384 x 16384) are not loaded.
+    static constexpr uint64_t MaxPixels = uint64_t(16384) * 16384;
+
     // For writing the pixels directly; null when empty.
     FIBITMAP* GetBitmap() const { return m_bitmap; }
 

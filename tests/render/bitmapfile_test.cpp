@@ -136,4 +136,55 @@ TEST(BitmapFile, UnknownAndUndecodableFiles)
     EXPECT_FALSE(bitmap.Save(dir.File("out.gif").c_str()));
     EXPECT_TRUE(log.Contains("!ERROR! : Format doesn't support writing"));
     EXPECT_FALSE(FileExists(dir.File("out.gif")));
+
+    // A header claiming 65536 x 65536 pixels is refused before any pixel.
+    std::string bmp(54, '\0');
+    const auto put32 = [&bmp](size_t at, uint32_t v) {
+        for (int i = 0; i < 4; ++i)
+            bmp[at + i] = static_cast<char>((v >> (8 * i)) & 0xff);
+    };
+    bmp[0] = 'B';
+    bmp[1] = 'M';
+    put32(2, 54 + 64);
+    put32(10, 54);
+    put32(14, 40);
+    put32(18, 65536);
+    put32(22, 65536);
+    bmp[26] = 1;
+    bmp[28] = 24;
+    const std::string huge = dir.File("huge.bmp");
+    WriteFile(huge, bmp + std::string(64, '\x7f'));
+    EXPECT_TRUE(bitmap.Load(huge.c_str()));
+    EXPECT_EQ(bitmap.GetWidth(), 0);
+    EXPECT_TRUE(log.Contains("Error loading image: BMP (the picture is too large)"));
+}
+
+// JPEG is lossy: a smooth picture comes back close, not equal.
+TEST(BitmapFile, JpegRoundTripIsClose)
+{
+    CTempDir dir;
+    CBitmapFile bitmap;
+    ASSERT_TRUE(bitmap.Allocate(16, 8));
+    BYTE* bits = FreeImage_GetBits(bitmap.GetBitmap());
+    const unsigned pitch = FreeImage_GetPitch(bitmap.GetBitmap());
+    for (int y = 0; y < 8; ++y)
+        for (int x = 0; x < 16; ++x) {
+            BYTE* p = bits + y * pitch + x * 3;
+            p[FI_RGBA_RED] = static_cast<BYTE>(x * 16);
+            p[FI_RGBA_GREEN] = 128;
+            p[FI_RGBA_BLUE] = static_cast<BYTE>(y * 32);
+        }
+    const std::string path = dir.File("smooth.jpg");
+    ASSERT_TRUE(bitmap.Save(path.c_str()));
+    CBitmapFile loaded;
+    ASSERT_TRUE(loaded.Load(path.c_str()));
+    ASSERT_EQ(loaded.GetWidth(), 16);
+    std::vector<uint8_t> rgba(16 * 8 * 4);
+    loaded.ReadPixels(rgba.data(), 16 * 4);
+    // Top row first: row 0 of the file is the bitmap's last row.
+    const uint8_t* corner = &rgba[(0 * 16 + 15) * 4];
+    EXPECT_NEAR(corner[0], 240, 12);
+    EXPECT_NEAR(corner[1], 128, 12);
+    EXPECT_NEAR(corner[2], 7 * 32, 12);
+    EXPECT_EQ(corner[3], 255);
 }
