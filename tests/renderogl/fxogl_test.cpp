@@ -2,6 +2,7 @@
 
 #include "app/paths.h"
 #include "render/fx.h"
+#include "render/rendertarget.h"
 #include "render/texture.h"
 #include "render/texturemanager.h"
 #include "support/logcapture.h"
@@ -24,6 +25,8 @@ float3 Brighten(float3 c, float by) { return saturate(c * by); }
 constexpr const char* kEffect = R"(#include "shader.cgh"
 float4 tint = float4(1, 1, 1, 1);
 float4x4 rows;
+float4x4 wvp : WORLDVIEWPROJECTION;
+float4x4 wvpT : WORLDVIEWPROJECTIONTRANSPOSE;
 float brightness = 1.0;
 texture image : DIFFUSE;
 sampler2D imageSampler = sampler_state {
@@ -52,7 +55,12 @@ float4 textured(VOut i, uniform float gain) : COLOR
     return float4(Brighten(c.rgb, brightness), 1);
 }
 
-float4 matrixRow(VOut i) : COLOR { return mul(float4(1, 0, 0, 0), rows); }
+float4 matrixRow(VOut i) : COLOR
+{
+    // The semantic matrices are read so that they stay in the program.
+    float4 unseen = mul(float4(1, 0, 0, 0), wvp) + mul(wvpT, float4(1, 0, 0, 0));
+    return mul(float4(1, 0, 0, 0), rows) + 0.00001 * unseen;
+}
 
 technique NeedsMore { pass { VertexProgram = compile vp40 mainVS(); FragmentProgram = compile fp40 needsNormal(); } }
 technique Main
@@ -131,6 +139,12 @@ TEST_F(FxOGL, BestTechniqueDrawsWithParametersTexturesAndPassStates)
     fx->GetParam("tint").SetVector4(tint);
     fx->GetParam("brightness").SetFloat(2.0f);
 
+    // Both passes draw into a render target, read back while it is bound.
+    std::shared_ptr<CRenderTarget> target = m_render->GetRenderData()->GetTextureManager()->GetRenderTarget(
+        Width, Height, TF_A8R8G8B8, 0, "FxTest");
+    ASSERT_TRUE(target);
+    target->Bind(m_render.get());
+
     // The colour mask of the pass keeps green from being written, and goes
     // back to all channels with the pass's reset.
     ClearTo(0, 0.2f, 0);
@@ -148,9 +162,26 @@ TEST_F(FxOGL, BestTechniqueDrawsWithParametersTexturesAndPassStates)
     // A matrix loaded row by row: the first row is what mul(x, rows) sees.
     const float rows[16] = {0.25f, 0.5f, 0.75f, 1, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1};
     fx->GetParam("rows").SetMatrix(rows, false);
+    fx->m_world = MatrixIdentity();
+    fx->m_world[12] = 0.5f;
+    fx->UpdateParameters(m_render.get());
     pass = technique->NextPass();
     ASSERT_TRUE(pass);
-    DrawPass(pass);
+    pass->SetState();
+    // What the program holds: WORLDVIEWPROJECTION by columns, its
+    // TRANSPOSE sister by rows.
+    GLint program = 0;
+    glGetIntegerv(GL_CURRENT_PROGRAM, &program);
+    const CMatrix product =
+        MatrixMultiply(MatrixMultiply(fx->m_world, m_render->GetCamera()->m_view), m_render->GetProjection());
+    for (const auto& [name, expected] : {std::pair{"wvp", MatrixTranspose(product)}, std::pair{"wvpT", product}}) {
+        float held[16] = {};
+        glGetUniformfv(static_cast<GLuint>(program), glGetUniformLocation(static_cast<GLuint>(program), name), held);
+        for (int i = 0; i < 16; ++i)
+            EXPECT_FLOAT_EQ(held[i], expected[i]) << name << " " << i;
+    }
+    m_render->DrawFullScreenQuad();
+    pass->ResetState();
     const std::array<int, 3> fromMatrix = RgbAt(20, 10);
     EXPECT_NEAR(fromMatrix[0], 64, 1);
     EXPECT_NEAR(fromMatrix[1], 128, 1);
@@ -164,6 +195,7 @@ TEST_F(FxOGL, BestTechniqueDrawsWithParametersTexturesAndPassStates)
     m_render->DrawFullScreenQuad();
     pass->ResetState();
     EXPECT_NEAR(RgbAt(5, 5)[2], 50, 2);
+    target->Unbind();
 }
 
 TEST_F(FxOGL, CompileErrorsNameTheEffectLineAndBrokenEffectsAreNull)
