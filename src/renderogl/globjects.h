@@ -94,66 +94,19 @@ using CGLTexture = TGLObject<SGLTextureTraits>;
 using CGLFramebuffer = TGLObject<SGLFramebufferTraits>;
 using CGLRenderbuffer = TGLObject<SGLRenderbufferTraits>;
 
-// A shader object of one stage; deleted with its owner.
-class CGLShader
+template <GLenum Stage>
+struct SGLShaderTraits
 {
-public:
-    explicit CGLShader(GLenum type) : m_id(glCreateShader(type)) {}
-    ~CGLShader()
-    {
-        if (m_id)
-            glDeleteShader(m_id);
-    }
-    CGLShader(CGLShader&& other) noexcept : m_id(std::exchange(other.m_id, 0)) {}
-    CGLShader& operator=(CGLShader&& other) noexcept
-    {
-        if (this != &other) {
-            if (m_id)
-                glDeleteShader(m_id);
-            m_id = std::exchange(other.m_id, 0);
-        }
-        return *this;
-    }
-    CGLShader(const CGLShader&) = delete;
-    CGLShader& operator=(const CGLShader&) = delete;
-
-    GLuint Id() const { return m_id; }
-
-private:
-    GLuint m_id = 0;
+    static GLuint Create() { return glCreateShader(Stage); }
+    static void Destroy(GLuint id) { glDeleteShader(id); }
 };
 
-// A program object name; 0 until Create().
-class CGLProgramName
+struct SGLProgramTraits
 {
-public:
-    CGLProgramName() = default;
-    ~CGLProgramName() { Reset(); }
-    CGLProgramName(CGLProgramName&& other) noexcept : m_id(std::exchange(other.m_id, 0)) {}
-    CGLProgramName& operator=(CGLProgramName&& other) noexcept
-    {
-        if (this != &other) {
-            Reset();
-            m_id = std::exchange(other.m_id, 0);
-        }
-        return *this;
-    }
-    CGLProgramName(const CGLProgramName&) = delete;
-    CGLProgramName& operator=(const CGLProgramName&) = delete;
-
-    void Create()
-    {
-        Reset();
-        m_id = glCreateProgram();
-    }
-    void Reset()
-    {
-        if (m_id)
-            glDeleteProgram(m_id);
-        m_id = 0;
-    }
-    GLuint Id() const { return m_id; }
-
-private:
-    GLuint m_id = 0;
+    static GLuint Create() { return glCreateProgram(); }
+    static void Destroy(GLuint id) { glDeleteProgram(id); }
 };
+
+template <GLenum Stage>
+using TGLShader = TGLObject<SGLShaderTraits<Stage>>;
+using CGLProgramName = TGLObject<SGLProgramTraits>;

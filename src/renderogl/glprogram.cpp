@@ -42,15 +42,15 @@ std::string InfoLog(GLuint object, bool program)
     return log;
 }
 
-bool CompileShader(const CGLShader& shader, const std::string& text, const char* stageName, std::string& errors)
+bool CompileShader(GLuint shader, const std::string& text, const char* stageName, std::string& errors)
 {
     const char* source = text.c_str();
-    glShaderSource(shader.Id(), 1, &source, nullptr);
-    glCompileShader(shader.Id());
+    glShaderSource(shader, 1, &source, nullptr);
+    glCompileShader(shader);
     GLint ok = GL_FALSE;
-    glGetShaderiv(shader.Id(), GL_COMPILE_STATUS, &ok);
+    glGetShaderiv(shader, GL_COMPILE_STATUS, &ok);
     if (!ok)
-        errors = std::string("the ") + stageName + " program's GLSL does not compile: " + InfoLog(shader.Id(), false);
+        errors = std::string("the ") + stageName + " program's GLSL does not compile: " + InfoLog(shader, false);
     return ok;
 }
 
@@ -76,14 +76,14 @@ bool CGLProgram::Link(const SCompiledShader& vertex, const SCompiledShader& frag
         return false;
     }
 
-    CGLShader vs(GL_VERTEX_SHADER);
-    CGLShader fs(GL_FRAGMENT_SHADER);
-    if (!CompileShader(vs, vertex.glsl, "vertex", errors) || !CompileShader(fs, fragment.glsl, "fragment", errors)) {
+    TGLShader<GL_VERTEX_SHADER> vs;
+    TGLShader<GL_FRAGMENT_SHADER> fs;
+    if (!CompileShader(vs.Id(), vertex.glsl, "vertex", errors) ||
+        !CompileShader(fs.Id(), fragment.glsl, "fragment", errors)) {
         m_params.clear();
         return false;
     }
     CGLProgramName program;
-    program.Create();
     glAttachShader(program.Id(), vs.Id());
     glAttachShader(program.Id(), fs.Id());
     for (const SShaderAttribute& a : vertex.attributes)

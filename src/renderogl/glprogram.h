@@ -89,6 +89,6 @@ private:
     bool AddUniforms(const SCompiledShader& shader, const char* stageName, std::string& errors);
     void Upload(SParam& p);
 
-    CGLProgramName m_program;
+    CGLProgramName m_program{GLEmpty};
     std::vector<SParam> m_params;
 };

@@ -1,4 +1,5 @@
-#include "renderogl/glcontext.h"
+#include "glfixture.h"
+
 #include "renderogl/glprogram.h"
 #include "renderogl/glprogramcache.h"
 #include "renderogl/renderogl.h"
@@ -11,9 +12,6 @@
 #include <vector>
 
 namespace {
-
-constexpr int Width = 32;
-constexpr int Height = 16;
 
 struct SColor
 {
@@ -96,34 +94,13 @@ SShaderSource Source(std::string_view code, EShaderStage stage, std::vector<std:
     return s;
 }
 
-class GLProgram : public ::testing::Test
+class GLProgram : public CGLRenderTest
 {
 protected:
-    static void SetUpTestSuite()
-    {
-        SDL_InitSubSystem(SDL_INIT_VIDEO);
-        SDL_GL_LoadLibrary(nullptr);
-    }
-    static void TearDownTestSuite()
-    {
-        SDL_GL_UnloadLibrary();
-        SDL_QuitSubSystem(SDL_INIT_VIDEO);
-    }
-
-    void SetUp() override
-    {
-        ASSERT_TRUE(m_context.CreateHeadless(Width, Height));
-        m_render = std::make_unique<CRenderOGL>();
-        ASSERT_TRUE(m_render->InitDevice());
-        m_render->m_virtualRect = SRect{0, 0, Width, Height};
-        m_render->m_currentRect = m_render->m_virtualRect;
-        m_render->SetViewport(0, 0, 1, 1);
-        m_render->GetStateManager()->m_states.m_cullMode = 0;
-    }
     void TearDown() override
     {
         glUseProgram(0);
-        m_render.reset();
+        CGLRenderTest::TearDown();
     }
 
     bool Compile(const SShaderSource& source, SCompiledShader& shader)
@@ -151,8 +128,6 @@ protected:
         return {p[2], p[1], p[0]};
     }
 
-    CGLContext m_context;
-    std::unique_ptr<CRenderOGL> m_render;
     std::vector<unsigned char> m_pixels;
 };
 

@@ -1,4 +1,5 @@
-#include "renderogl/glcontext.h"
+#include "glfixture.h"
+
 #include "renderogl/renderogl.h"
 
 #include "support/logcapture.h"
@@ -12,9 +13,6 @@
 
 namespace {
 
-constexpr int Width = 32;
-constexpr int Height = 16;
-
 struct SPixel
 {
     int b, g, r;
@@ -27,40 +25,15 @@ std::ostream& operator<<(std::ostream& out, const SPixel& p)
 }
 
 // A real context on llvmpipe through SDL's offscreen driver (EGL, no display).
-class RenderOGL : public ::testing::Test
+class RenderOGL : public CGLRenderTest
 {
 protected:
-    // One video start for the whole suite, so the driver loads once.
-    static void SetUpTestSuite()
-    {
-        SDL_InitSubSystem(SDL_INIT_VIDEO);
-        SDL_GL_LoadLibrary(nullptr);
-    }
-    static void TearDownTestSuite()
-    {
-        SDL_GL_UnloadLibrary();
-        SDL_QuitSubSystem(SDL_INIT_VIDEO);
-    }
-
     void SetUp() override
     {
-        ASSERT_TRUE(m_context.CreateHeadless(Width, Height));
-        m_render = std::make_unique<CRenderOGL>();
-        ASSERT_TRUE(m_render->InitDevice());
-        m_render->m_virtualRect = SRect{0, 0, Width, Height};
-        m_render->m_currentRect = m_render->m_virtualRect;
-        m_render->SetViewport(0, 0, 1, 1);
-        m_render->GetStateManager()->m_states.m_cullMode = 0;
+        CGLRenderTest::SetUp();
         // No effect is bound: the fixed pipeline draws attribute 0 as the
         // position in the current colour, which is enough to see coverage.
         glColor4f(1, 0, 0, 1);
-    }
-    void TearDown() override { m_render.reset(); }
-
-    void ClearTo(float r, float g, float b)
-    {
-        const float color[4] = {r, g, b, 1};
-        m_render->Clear(color, 1.0f, CF_Color | CF_Depth);
     }
 
     SPixel At(int x, int y)
@@ -73,8 +46,6 @@ protected:
 
     CRenderStates& States() { return m_render->GetStateManager()->m_states; }
 
-    CGLContext m_context;
-    std::unique_ptr<CRenderOGL> m_render;
 };
 
 const SPixel Red{0, 0, 255};

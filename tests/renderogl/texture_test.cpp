@@ -1,6 +1,7 @@
+#include "glfixture.h"
+
 #include "render/rendertarget.h"
 #include "render/texture.h"
-#include "renderogl/glcontext.h"
 #include "renderogl/renderogl.h"
 #include "renderogl/rendertargetogl.h"
 #include "renderogl/textureogl.h"
@@ -17,38 +18,16 @@
 
 namespace {
 
-constexpr int Width = 32;
-constexpr int Height = 16;
-
 // Textures and targets on a real context (llvmpipe through SDL's offscreen
 // driver), with the log captured.
-class Textures : public ::testing::Test
+class Textures : public CGLRenderTest
 {
 protected:
-    static void SetUpTestSuite()
-    {
-        SDL_InitSubSystem(SDL_INIT_VIDEO);
-        SDL_GL_LoadLibrary(nullptr);
-    }
-    static void TearDownTestSuite()
-    {
-        SDL_GL_UnloadLibrary();
-        SDL_QuitSubSystem(SDL_INIT_VIDEO);
-    }
-
     void SetUp() override
     {
-        ASSERT_TRUE(m_context.CreateHeadless(Width, Height));
-        m_render = std::make_unique<CRenderOGL>();
-        ASSERT_TRUE(m_render->InitDevice());
+        CGLRenderTest::SetUp();
         ASSERT_NE(Manager(), nullptr);
-        m_render->m_virtualRect = SRect{0, 0, Width, Height};
-        m_render->m_currentRect = m_render->m_virtualRect;
-        m_render->SetViewport(0, 0, 1, 1);
-        m_render->SetCamera(*m_render->GetCamera());
-        m_render->GetStateManager()->m_states.m_cullMode = 0;
     }
-    void TearDown() override { m_render.reset(); }
 
     CTextureManager* Manager() { return m_render->GetRenderData()->GetTextureManager(); }
 
@@ -90,8 +69,6 @@ protected:
     }
 
     CLogCapture m_log;
-    CGLContext m_context;
-    std::unique_ptr<CRenderOGL> m_render;
 };
 
 } // namespace
