@@ -647,7 +647,7 @@ void CScene::RewriteOldShaders()
 
 bool CScene::Load(std::string_view path, bool loadGraph)
 {
-    TRACE_LOG("CScene::Load");
+    TRACE("CScene::Load");
     if (path.empty())
         return true;
     m_fileName = path;
@@ -773,7 +773,7 @@ void CScene::WriteCompatibility(QXmlStreamWriter* writer) const
 
 bool CScene::Save(std::string_view path, bool makeImages)
 {
-    TRACE_LOG("CScene::Save");
+    TRACE("CScene::Save");
     const SSceneTime created = m_created;
     const SSceneTime lastModified = m_lastModified;
     const int32_t version = m_version;

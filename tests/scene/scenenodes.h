@@ -36,7 +36,7 @@ public:
         rect->AddInPort(std::make_unique<CPortTexture>("Texture", "picture"));
         rect->AddInPort(std::make_unique<CPortRect>("Rect", "area", CPortRect::Ltrb{0, 0, 1, 1},
                                                     CPortRect::Ltrb{0, 0, 0.1f, 0.1f}, CPortRect::Ltrb{-1, -1, -1, -1},
-                                                    CPortRect::Ltrb{2, 2, 2, 2}));
+                                                    CPortRect::Ltrb{2, 2, 4, 4}));
         rect->AddInPort(std::make_unique<CPortBool>("Enabled", "drawn", true));
         auto* mode = rect->AddInPort(std::make_unique<CPortInt>("Mode", "blend", 0, 0, 2));
         mode->AddValue(0, "Opaque");
