@@ -14,6 +14,7 @@
 class CNode;
 class CNodeFactory;
 class CPort;
+class CScene;
 class QXmlStreamReader;
 class QXmlStreamWriter;
 
@@ -38,7 +39,7 @@ struct SSceneTime
 
 // Renders the scene for the pictures of its container. Returns false when no
 // picture can be had.
-using SceneSnapshotSource = std::function<bool(class CScene& scene, CSceneSnapshot& picture)>;
+using SceneSnapshotSource = std::function<bool(CScene& scene, CSceneSnapshot& picture)>;
 
 // A scene that owns a node graph, with the metadata and the file forms of a
 // scene: ".lmc" containers and the bare XML of older ".lms" files.
