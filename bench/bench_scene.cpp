@@ -1,0 +1,89 @@
+// Cost of loading a scene: a 50-node graph from an ".lmc" container, as the
+// director does at every scene change, and the header-only read with which
+// the front end scans its library.
+
+#include "ports/types/portfloat.h"
+#include "ports/types/portstring.h"
+#include "scene/node.h"
+#include "scene/nodefactory.h"
+#include "scene/nodeinfo.h"
+#include "scene/scene.h"
+
+#include <benchmark/benchmark.h>
+#include <cstdlib>
+#include <filesystem>
+#include <memory>
+#include <string>
+
+namespace {
+
+// A value node with a few stored ports, registered under a name of the
+// factory's order; the Screen node is the root.
+struct SSceneFixture
+{
+    SSceneFixture()
+    {
+        factory = CNodeFactory::Get();
+        value = std::make_unique<CNodeInfo>(NG_Values, "Sin", [] { return new CNode; });
+        for (const char* name : {"A", "B", "Speed", "Phase"})
+            value->AddInPort(std::make_unique<CPortFloat>(name, "", 0.0f, 0.1f, -1e6f, 1e6f));
+        value->AddInPort(std::make_unique<CPortString>("Note", "", ""));
+        value->AddOutPort(std::make_unique<CPortFloat>("Out", "", 0.0f, 0.1f, -1e6f, 1e6f));
+        screen = std::make_unique<CNodeInfo>(NG_RenderChain, "Screen", [] { return new CNode; });
+        screen->AddInPort(std::make_unique<CPortFloat>("A", "", 0.0f, 0.1f, -1e6f, 1e6f));
+        factory->Add(value.get());
+        factory->Add(screen.get());
+
+        char pattern[] = "/tmp/lumora-bench-XXXXXX";
+        dir = mkdtemp(pattern);
+        path = dir + "/bench.lmc";
+        CScene scene;
+        scene.m_author = "Bench";
+        scene.m_tags = {"calm", "blue"};
+        scene.AddNode("Screen");
+        for (int i = 0; i < 49; ++i) {
+            CNode* node = scene.AddNode("Sin");
+            node->GetInPort("Speed")->SetValue(std::to_string(0.5 + i));
+            node->GetInPort("Note")->SetValue("node " + std::to_string(i));
+        }
+        // A binary tree below the screen: node i reads nodes 2i+1 and 2i+2.
+        for (int i = 0; i < 50; ++i) {
+            const std::string name = scene.m_nodes[size_t(i)]->m_name;
+            for (int child : {2 * i + 1, 2 * i + 2}) {
+                if (child < 50)
+                    scene.Connect(scene.m_nodes[size_t(child)]->m_name + ".Out",
+                                  name + (child == 2 * i + 1 ? ".A" : ".B"));
+            }
+        }
+        scene.Save(path, false);
+    }
+    ~SSceneFixture()
+    {
+        std::filesystem::remove_all(dir);
+        factory->Release();
+    }
+
+    CNodeFactory* factory;
+    std::unique_ptr<CNodeInfo> value;
+    std::unique_ptr<CNodeInfo> screen;
+    std::string dir;
+    std::string path;
+};
+
+void BM_Scene_Load(benchmark::State& state)
+{
+    SSceneFixture fixture;
+    const bool loadGraph = state.range(0) != 0;
+    for (auto _ : state) {
+        CScene scene;
+        scene.Load(fixture.path, loadGraph);
+        if (loadGraph && scene.m_nodes.size() != 50) {
+            state.SkipWithError("the scene didn't load whole");
+            break;
+        }
+        benchmark::DoNotOptimize(scene.m_nodes.data());
+    }
+}
+BENCHMARK(BM_Scene_Load)->ArgName("graph")->Arg(1)->Arg(0)->Unit(benchmark::kMicrosecond);
+
+} // namespace

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+// A picture of a scene as the render reads it back from a target: rows of
+// 24-bit pixels in blue, green, red order, top row first, without padding.
+struct CSceneSnapshot
+{
+    int m_width = 0;
+    int m_height = 0;
+    std::vector<uint8_t> m_bgr;
+
+    bool IsValid() const
+    {
+        return m_width > 0 && m_height > 0 &&
+               m_bgr.size() == static_cast<std::size_t>(m_width) * static_cast<std::size_t>(m_height) * 3u;
+    }
+};
