@@ -816,6 +816,7 @@ bool CScene::Save(std::string_view path, bool makeImages)
     }
 
     if (!CSceneContainer::Write(expanded, entries)) {
+        Error("Unable to save scene file \"%s\"; the file as it was is kept.", expanded.c_str());
         // Nothing was saved, so nothing counts as saved.
         m_created = created;
         m_lastModified = lastModified;

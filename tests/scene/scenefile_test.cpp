@@ -337,11 +337,13 @@ TEST_F(SceneFile, AFailedSaveLeavesTheOldFileAsItWas)
     rlimit small = saved;
     small.rlim_cur = 1024;
     setrlimit(RLIMIT_FSIZE, &small);
+    CLogCapture log;
     const bool written = scene.Save(File("keep.lmc"), false);
     setrlimit(RLIMIT_FSIZE, &saved);
     signal(SIGXFSZ, SIG_DFL);
 
     EXPECT_FALSE(written);
+    EXPECT_TRUE(log.Contains("Unable to save scene file \"" + File("keep.lmc") + "\"; the file as it was is kept."));
     EXPECT_EQ(ReadFile(File("keep.lmc")), before);
     EXPECT_EQ(scene.m_version, version) << "a failed save doesn't count";
     EXPECT_FALSE(scene.Save(File("missing/dir/keep.lmc"), false));
