@@ -6,6 +6,7 @@ target_compile_options(lumora_options INTERFACE "-fmacro-prefix-map=${PROJECT_SO
 target_compile_definitions(lumora_options INTERFACE
   LUMORA_SOURCE_DATA_DIR="${PROJECT_SOURCE_DIR}/data"
   LUMORA_INSTALL_DATA_DIR="${CMAKE_INSTALL_PREFIX}/share/lumora"
+  LUMORA_VERSION="${PROJECT_VERSION}"
   QT_NO_KEYWORDS)
 
 if(LUMORA_SANITIZE)

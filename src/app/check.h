@@ -12,3 +12,13 @@ void LogCheckFailure(const char* expression, const char* file, long line);
             return false;                                    \
         }                                                    \
     } while (0)
+
+// The same for a test written as the failure, so that the log quotes it as
+// written: CHECK_FAILURE(!(dObjs->m_Buffer = render->CreateBuffer(...))).
+#define CHECK_FAILURE(failure)                               \
+    do {                                                     \
+        if (failure) {                                       \
+            LogCheckFailure(#failure, __FILE__, __LINE__);   \
+            return false;                                    \
+        }                                                    \
+    } while (0)

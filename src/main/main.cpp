@@ -8,8 +8,11 @@
 #include "app/qtmessages.h"
 #include "app/trace.h"
 #include "app/host/apptypewin.h"
+#include "app/player/headlessrun.h"
+#include "app/player/sceneplayer.h"
 #include "platform/crashhandler.h"
 #include "render/render.h"
+#include "renderogl/renderogl.h"
 #include "render/userapp3d.h"
 #include "scene/nodefactory.h"
 
@@ -20,6 +23,7 @@
 #include <filesystem>
 #include <string>
 #include <string_view>
+#include <unistd.h>
 
 namespace {
 
@@ -27,12 +31,21 @@ constexpr const char* kUsage =
     "Usage: lumora [options]\n"
     "\n"
     "Options:\n"
-    "  -f <scene>          start with this scene or layered entry\n"
+    "  -f <scene>          play this scene (.lmc or .lms)\n"
     "  --fullscreen        one full-screen window per monitor (the default)\n"
     "  --window            a plain window of 1280x720\n"
     "  --frames <n>        end by itself after n frames\n"
     "  --list-node-types   print the catalogue of node types as XML and exit\n"
-    "  --help              show this text and exit\n";
+    "  --help              show this text and exit\n"
+    "\n"
+    "Headless recording (no window; every frame becomes a PNG picture):\n"
+    "  --headless          record the scene of -f on simulated time\n"
+    "  --out <dir>         where frame-00001.png and onwards go (required)\n"
+    "  --size <WxH>        picture size (default 1280x720)\n"
+    "  --fps <f>           frames per second of scene time (default 30)\n"
+    "  --seconds <s>       seconds of scene time (default 10)\n"
+    "  --seed <n>          seed every random generator: the same command gives\n"
+    "                      the same pictures\n";
 
 enum class EAction
 {
@@ -48,7 +61,29 @@ struct SOptions
     int windowMode = 2;
     int frames = 0;
     std::string startScene;
+    bool headless = false;
+    SHeadlessOptions recording;
 };
+
+bool ParseNumber(const char* text, float low, float high, float& out)
+{
+    char* end = nullptr;
+    const double value = std::strtod(text, &end);
+    if (!*text || *end || !(value >= low && value <= high))
+        return false;
+    out = static_cast<float>(value);
+    return true;
+}
+
+bool ParseSeed(const char* text, uint32_t& out)
+{
+    char* end = nullptr;
+    const unsigned long long value = std::strtoull(text, &end, 10);
+    if (!*text || *end || *text == '-' || value > 0xFFFFFFFFull)
+        return false;
+    out = static_cast<uint32_t>(value);
+    return true;
+}
 
 bool ParseCount(const char* text, int& out)
 {
@@ -79,12 +114,33 @@ SOptions ParseCommandLine(int argc, char** argv)
             ++i;
         } else if (arg == "-f" && hasValue) {
             options.startScene = argv[++i];
+        } else if (arg == "--headless") {
+            options.headless = true;
+        } else if (arg == "--out" && hasValue) {
+            options.recording.m_outDirectory = argv[++i];
+        } else if (arg == "--size" && hasValue &&
+                   ParseFrameSize(argv[i + 1], options.recording.m_width, options.recording.m_height)) {
+            ++i;
+        } else if (arg == "--fps" && hasValue && ParseNumber(argv[i + 1], 1.0f, 1000.0f, options.recording.m_fps)) {
+            ++i;
+        } else if (arg == "--seconds" && hasValue &&
+                   ParseNumber(argv[i + 1], 0.001f, 86400.0f, options.recording.m_seconds)) {
+            ++i;
+        } else if (arg == "--seed" && hasValue && ParseSeed(argv[i + 1], options.recording.m_seed)) {
+            options.recording.m_seeded = true;
+            ++i;
         } else {
             fprintf(stderr, "lumora: unknown option or missing value \"%s\"\n\n", argv[i]);
             options.action = EAction::Bad;
             return options;
         }
     }
+    if (options.action == EAction::Run && options.headless &&
+        (options.startScene.empty() || options.recording.m_outDirectory.empty())) {
+        fprintf(stderr, "lumora: --headless needs a scene (-f) and a directory for the pictures (--out)\n\n");
+        options.action = EAction::Bad;
+    }
+    options.recording.m_scenePath = options.startScene;
     return options;
 }
 
@@ -98,7 +154,7 @@ public:
         return render->Clear(black, 1.0f, CF_Color | CF_Depth);
     }
     bool Update(float) override { return true; }
-    std::string GetVersionText() const override { return "2.0.0"; }
+    std::string GetVersionText() const override { return LUMORA_VERSION; }
 };
 
 extern "C" void RequestStop(int)
@@ -108,8 +164,19 @@ extern "C" void RequestStop(int)
 
 int RunVisualizer(const SOptions& options)
 {
-    CEmptyApp app;
-    CAppTypeWin host(&app);
+    CEmptyApp emptyApp;
+    CScenePlayer player;
+    CUserApp3d* app = &emptyApp;
+    if (!options.startScene.empty()) {
+        std::string error;
+        if (!player.Load(options.startScene, error)) {
+            fprintf(stderr, "lumora: %s\n", error.c_str());
+            Error("%s", error.c_str());
+            return 1;
+        }
+        app = &player;
+    }
+    CAppTypeWin host(app);
     host.m_appType = 0;
     host.m_windowMode = options.windowMode;
     host.m_maxFrames = options.frames;
@@ -121,7 +188,9 @@ int RunVisualizer(const SOptions& options)
         Error("Unable to open the visualizer windows");
         return 4;
     }
+    player.m_render = host.m_render.get();
     host.RunApp();
+    player.m_render = nullptr;
     return 0;
 }
 
@@ -132,7 +201,7 @@ int main(int argc, char** argv)
     CCrashHandler crashHandler("");
     InstallQtMessageHandler();
 
-    const SOptions options = ParseCommandLine(argc, argv);
+    SOptions options = ParseCommandLine(argc, argv);
     if (options.action == EAction::Help || options.action == EAction::Bad) {
         fputs(kUsage, options.action == EAction::Bad ? stderr : stdout);
         return options.action == EAction::Bad ? 2 : 0;
@@ -155,7 +224,12 @@ int main(int argc, char** argv)
         std::signal(SIGINT, RequestStop);
         std::signal(SIGTERM, RequestStop);
         Log("Lumora starting");
-        result = RunVisualizer(options);
+        if (options.headless) {
+            options.recording.m_showProgress = isatty(fileno(stderr)) != 0;
+            result = RunHeadless(options.recording);
+        } else {
+            result = RunVisualizer(options);
+        }
         Log("Lumora stopped with exit code %d", result);
     }
 

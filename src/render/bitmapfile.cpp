@@ -4,6 +4,7 @@
 
 #include <FreeImage.h>
 
+#include <cstring>
 #include <utility>
 
 namespace {
@@ -97,6 +98,18 @@ bool CBitmapFile::Paste(const CBitmapFile& source, int x, int y)
 bool CBitmapFile::FlipVertical()
 {
     return m_bitmap && FreeImage_FlipVertical(m_bitmap) != FALSE;
+}
+
+bool CBitmapFile::SetBgrBottomUp(const uint8_t* pixels, int width, int height)
+{
+    if (width <= 0 || height <= 0 || !Allocate(width, height))
+        return false;
+    // FreeImage stores rows bottom up too, padded to 4 bytes, and 24-bit
+    // pixels as b, g, r on little-endian machines.
+    const size_t rowBytes = size_t(width) * 3;
+    for (int y = 0; y < height; ++y)
+        std::memcpy(FreeImage_GetScanLine(m_bitmap, y), pixels + size_t(y) * rowBytes, rowBytes);
+    return true;
 }
 
 void CBitmapFile::ReadPixels(uint8_t* destination, int pitch) const

@@ -29,6 +29,9 @@ public:
     // Copies `source` with its top left corner at x, y (from the top).
     bool Paste(const CBitmapFile& source, int x, int y);
     bool FlipVertical();
+    // A 24-bit picture from tightly packed rows of blue, green, red bytes,
+    // the bottom row first, as OpenGL reads a framebuffer back.
+    bool SetBgrBottomUp(const uint8_t* pixels, int width, int height);
     // Top row first, 4 bytes per pixel in the order r, g, b, a, rows `pitch`
     // bytes apart.
     void ReadPixels(uint8_t* destination, int pitch) const;

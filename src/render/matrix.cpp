@@ -45,6 +45,26 @@ CMatrix MatrixMultiply(const CMatrix& a, const CMatrix& b)
     return out;
 }
 
+CMatrix MatrixRotation(float x, float y, float z)
+{
+    // Worked out in double and rounded once, so cameras built from the same
+    // angles agree to the bit wherever they are made.
+    const double sx = std::sin(double(x)), cx = std::cos(double(x));
+    const double sy = std::sin(double(y)), cy = std::cos(double(y));
+    const double sz = std::sin(double(z)), cz = std::cos(double(z));
+    CMatrix m = MatrixIdentity();
+    m[0] = float(cz * cy);
+    m[1] = float(sz * cy);
+    m[2] = float(-sy);
+    m[4] = float(sy * sx * cz - sz * cx);
+    m[5] = float(sy * sx * sz + cz * cx);
+    m[6] = float(cy * sx);
+    m[8] = float(sy * cx * cz + sz * sx);
+    m[9] = float(sy * cx * sz - cz * sx);
+    m[10] = float(cy * cx);
+    return m;
+}
+
 CMatrix MatrixTranspose(const CMatrix& m)
 {
     CMatrix out{};

@@ -25,6 +25,9 @@ CMatrix MatrixMultiply(const CMatrix& a, const CMatrix& b);
 CMatrix MatrixTranspose(const CMatrix& m);
 // The inverse of m; a singular matrix gives the identity.
 CMatrix MatrixInverse(const CMatrix& m);
+// The rotation of scene nodes from three angles in radians: x (pitch),
+// y (yaw) and z (roll) combined as the nodes' cameras and objects expect.
+CMatrix MatrixRotation(float x, float y, float z);
 // The point p as a row vector times m, divided by w.
 SVec3 TransformPoint(const SVec3& p, const CMatrix& m);
 

@@ -6,14 +6,6 @@
 
 // The check convention with the failing condition as its text: logs it and
 // returns false when `failure` holds.
-#define CHECK_FAILURE(failure)                               \
-    do {                                                     \
-        if (failure) {                                       \
-            LogCheckFailure(#failure, __FILE__, __LINE__);   \
-            return false;                                    \
-        }                                                    \
-    } while (0)
-
 CRender::CRender() = default;
 
 CRender::~CRender() = default;
@@ -100,22 +92,6 @@ SViewport CRender::ViewportPixels(const SRect& current, float x, float y, float 
     return v;
 }
 
-namespace {
-
-struct SQuadVertex
-{
-    float position[3];
-    uint32_t color;
-    float uv[2];
-    float normal[3];
-    float tangent[3];
-    float binormal[3];
-    uint32_t padding;
-};
-static_assert(sizeof(SQuadVertex) == 64);
-
-} // namespace
-
 void CRender::FillQuad(void* vertices, bool upsideDown)
 {
     struct SCorner
@@ -125,10 +101,10 @@ void CRender::FillQuad(void* vertices, bool upsideDown)
     static constexpr SCorner corners[6] = {
         {-1, -1, 0, 1}, {-1, 1, 0, 0}, {1, 1, 1, 0}, {1, 1, 1, 0}, {1, -1, 1, 1}, {-1, -1, 0, 1},
     };
-    auto* out = static_cast<SQuadVertex*>(vertices);
+    auto* out = static_cast<SVertexPNTBTC*>(vertices);
     for (int i = 0; i < 6; ++i) {
         const SCorner& c = corners[i];
-        out[i] = SQuadVertex{{c.x, c.y, 0}, 0xFFFFFFFFu, {c.u, upsideDown ? 1.0f - c.v : c.v}, {0, 0, -1},
+        out[i] = SVertexPNTBTC{{c.x, c.y, 0}, 0xFFFFFFFFu, {c.u, upsideDown ? 1.0f - c.v : c.v}, {0, 0, -1},
                              {1, 0, 0},     {0, 1, 0},   0};
     }
 }

@@ -111,6 +111,19 @@ struct SVertexFormat
     std::array<SVertexAttribute, 6> attributes{};
 };
 
+// One vertex of VBF_PNTBTC as it lies in memory.
+struct SVertexPNTBTC
+{
+    float position[3];
+    uint32_t color;
+    float uv[2];
+    float normal[3];
+    float tangent[3];
+    float binormal[3];
+    uint32_t padding;
+};
+static_assert(sizeof(SVertexPNTBTC) == 64);
+
 // Layout of a VBF_* format; a format that is not known has stride 0.
 const SVertexFormat& GetVertexFormat(int format);
 

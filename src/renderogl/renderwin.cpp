@@ -119,10 +119,13 @@ bool CRenderWin::CreateScreen(int kind, bool visible)
         }
     } else if (kind == WK_Window || kind == WK_Record || kind == WK_Screenshot) {
         const SKind& k = kinds[kind == WK_Window ? 0 : kind == WK_Record ? 1 : 2];
+        SRect rect = k.rect;
+        if (kind == WK_Record)
+            rect = SRect{rect.left, rect.top, rect.left + m_recordWidth, rect.top + m_recordHeight};
         Log("%s", k.log);
-        if (!CreateOneWindow(m_baseTitle.c_str(), k.rect, visible, false, nullptr))
+        if (!CreateOneWindow(m_baseTitle.c_str(), rect, visible, false, nullptr))
             return Error("%s", k.failure);
-        m_virtualRect = SRect{0, 0, k.rect.Width(), k.rect.Height()};
+        m_virtualRect = SRect{0, 0, rect.Width(), rect.Height()};
         m_currentRect = m_virtualRect;
     } else {
         // Embedding into another program's window is not available on this platform yet.
@@ -272,9 +275,11 @@ void CRenderWin::Cleanup3DEnvironment()
     if (m_context && !m_windows.empty())
         m_context->MakeCurrent(m_windows[0].m_window);
     if (m_context) {
-        ReleaseDeviceObjects();
+        // The application's nodes give their device objects back before the
+        // managers that pool them go.
         if (m_app)
             m_app->InvalidateDevice();
+        ReleaseDeviceObjects();
     }
     m_context.reset();
     DestroyScreen();

@@ -75,6 +75,9 @@ public:
     int m_appType = 0;
     int m_windowMode = WK_FullScreen;
     std::string m_baseTitle;
+    // Size of the window of a recording run, which is the size of its frames.
+    int m_recordWidth = 1920;
+    int m_recordHeight = 1080;
     float m_fpsFigure = 0.0f;
 
 protected:

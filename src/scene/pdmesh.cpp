@@ -1,15 +1,32 @@
 #include "scene/pdmesh.h"
 
+#include "render/render.h"
+
+CPDMesh::~CPDMesh()
+{
+    // Buffers belong to the device and go back through InvalidateDevice;
+    // one still held here would be released with its device's data.
+}
+
 bool CPDMesh::MeshRestoreDevice(CRender* render)
 {
     return MeshCreateDevice(render);
 }
 
-void CPDMesh::MeshInvalidateDevice(CRender*)
+void CPDMesh::MeshInvalidateDevice(CRender* render)
 {
+    if (!render)
+        return;
+    SDeviceObjects& objects = dObjs[size_t(render->GetDeviceIndex())];
+    if (objects.m_vertexBuffer)
+        objects.m_vertexBuffer->Release();
+    if (objects.m_indexBuffer)
+        objects.m_indexBuffer->Release();
+    objects = SDeviceObjects{};
 }
 
-// Holds no mesh data yet, so there are no buffers to build.
+// The buffers are built from the mesh model's data; a mesh without data has
+// nothing to build and draws nothing.
 bool CPDMesh::MeshCreateDevice(CRender*)
 {
     return true;
@@ -18,6 +35,18 @@ bool CPDMesh::MeshCreateDevice(CRender*)
 bool CPDMesh::MeshResetDevice(CRender* render)
 {
     return MeshRestoreDevice(render);
+}
+
+void CPDMesh::Draw(CRender* render, int)
+{
+    if (!render)
+        return;
+    const SDeviceObjects& objects = dObjs[size_t(render->GetDeviceIndex())];
+    if (!objects.m_vertexBuffer || !objects.m_indexBuffer)
+        return;
+    render->SetVertexBuffer(objects.m_vertexBuffer);
+    render->SetIndexBuffer(objects.m_indexBuffer);
+    render->DrawIndexedPrimitive(PT_Triangles, 0, objects.m_indexCount / 3, 0);
 }
 
 bool CPDMesh::GenerateMesh(CPDMesh*)

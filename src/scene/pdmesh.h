@@ -1,8 +1,11 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
 
+class CIndexBuffer;
 class CRender;
+class CVertexBuffer;
 
 // A mesh published through a Mesh port. A chain of mesh nodes is generated
 // from its consuming end into the consumer's mesh; the device buffers are
@@ -10,14 +13,25 @@ class CRender;
 class CPDMesh
 {
 public:
-    virtual ~CPDMesh() = default;
+    virtual ~CPDMesh();
     virtual bool MeshRestoreDevice(CRender* render);
+    // Releases the buffers of the render's device.
     virtual void MeshInvalidateDevice(CRender* render);
     virtual bool MeshCreateDevice(CRender* render);
     virtual bool MeshResetDevice(CRender* render);
+    // Draws the device's buffers as triangles, if both exist.
+    virtual void Draw(CRender* render, int index);
     // Writes this node's mesh into `target`.
     virtual bool GenerateMesh(CPDMesh* target);
 
     bool m_meshDirty = false;
     uint32_t m_meshDeviceDirty = 0xFFFFFFFFu;
+
+    struct SDeviceObjects
+    {
+        CVertexBuffer* m_vertexBuffer = nullptr;
+        CIndexBuffer* m_indexBuffer = nullptr;
+        int m_indexCount = 0;
+    };
+    std::array<SDeviceObjects, 1> dObjs;
 };

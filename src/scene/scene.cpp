@@ -1,8 +1,10 @@
 #include "scene/scene.h"
 
+#include "app/cfg.h"
 #include "app/log.h"
 #include "app/paths.h"
 #include "app/random.h"
+#include "app/runinfo.h"
 #include "app/trace.h"
 #include "ports/port.h"
 #include "ports/types/dataports.h"
@@ -187,11 +189,99 @@ bool CScene::Prepare()
     return true;
 }
 
-void CScene::Update(float, CRender*)
+void CScene::Update(float deltaTime, CRender* render)
 {
-    // The graph update, warm-up and transition timing build on the render
-    // list, which turns the pulled graph into draw calls; until it exists a
-    // scene runs no frames.
+    if (!m_root)
+        return;
+    m_context.m_timeScale = 1.0f;
+    float step = deltaTime;
+    if (m_sceneType & SceneType_Transition) {
+        // A transition's time runs from 0 to 1 over its length.
+        float length = m_runTime;
+        if (!(length > 0.0f))
+            length = g_runInfo.m_config ? g_runInfo.m_config->Time : CCfg().Time;
+        if (!(length > 0.0f))
+            length = MinTransitionLength;
+        step = deltaTime / length;
+        m_context.m_timeScale = 1.0f / length;
+        if (IsPreviewRun()) {
+            if (m_context.m_time > 1.0f) {
+                m_context.m_time = 0.0f;
+                m_context.m_frame = 0;
+            }
+        } else if (m_context.m_time + step > 1.0f) {
+            m_context.m_time = 1.0f - step;
+        }
+    }
+    if (m_context.m_firstUpdate || m_context.m_restarted)
+        m_context.m_frame = 0;
+
+    // Warm-up: fixed steps of simulation before the first shown frame, so
+    // particles and feedback have settled when the scene appears.
+    constexpr float WarmupStep = 1.0f / 30.0f;
+    while (m_elapsed + step < m_warmupTime) {
+        UpdateGraph(WarmupStep, true, render);
+        m_elapsed += WarmupStep;
+    }
+    UpdateGraph(step, false, render);
+
+    m_renderList.Reset();
+    m_root->BuildRenderList(&m_renderList, &m_renderList.GetRootList(), nullptr);
+    m_elapsed += step;
+}
+
+void CScene::UpdateGraph(float step, bool warmingUp, CRender* render)
+{
+    if (m_context.m_restarted && m_feedback) {
+        m_elapsed = 0.0f;
+        m_context.m_time = 0.0f;
+    }
+    for (const auto& node : m_nodes)
+        node->m_updated = false;
+
+    m_context.m_render = render;
+    if (render) {
+        m_context.m_width = float(render->m_virtualRect.Width());
+        m_context.m_height = float(render->m_virtualRect.Height());
+        m_context.m_aspect = render->GetAspect();
+    }
+    m_context.m_warmingUp = warmingUp;
+    m_context.m_deltaTime = step;
+    m_context.m_time += step;
+
+    m_root->Pull(&m_context, m_context.m_time);
+    GenerateMeshes();
+    for (const auto& node : m_nodes) {
+        if (node->m_updated)
+            node->ClearChangedFlags();
+    }
+    m_context.m_lastAspect = m_context.m_aspect;
+    m_context.m_firstUpdate = false;
+    m_context.m_restarted = false;
+}
+
+void CScene::GenerateMeshes()
+{
+    for (const auto& node : m_nodes) {
+        for (const auto& port : node->m_outPorts) {
+            if (port->m_type != PT_Mesh)
+                continue;
+            CPDMesh* mesh = static_cast<CPortMesh*>(port.get())->m_value;
+            if (!mesh || !mesh->m_meshDirty)
+                continue;
+            mesh->GenerateMesh(mesh);
+            mesh->m_meshDeviceDirty = 0xFFFFFFFFu;
+            mesh->m_meshDirty = false;
+        }
+    }
+}
+
+bool CScene::IsPreviewRun()
+{
+    if (g_runInfo.m_appType == 5)
+        return true;
+    return g_runInfo.m_windowMode == 2 && g_runInfo.m_config &&
+           g_runInfo.m_config->StartScene.find(".lmc") != std::string::npos;
 }
 
 void CScene::FrameFinished()
@@ -258,7 +348,7 @@ void CScene::Draw(CRender* render)
             }
         }
     }
-    // Drawing the render list follows here once the list exists.
+    m_renderList.Draw(render);
 }
 
 void CScene::ForceRestore()
@@ -651,6 +741,7 @@ bool CScene::Load(std::string_view path, bool loadGraph)
     if (path.empty())
         return true;
     m_fileName = path;
+    m_readFailed = false;
     const std::string expanded = ExpandPath(WithSlashes(path));
 
     QByteArray text;
@@ -677,6 +768,7 @@ bool CScene::Load(std::string_view path, bool loadGraph)
     const bool complete = Deserialize(&reader, loadGraph);
     if (!container && EndsWith(expanded, ".lms"))
         RewriteOldShaders();
+    m_readFailed = !complete;
     if (!complete)
         Error("Failed to read scene file \"%s\" at %lld, %lld", qPrintable(reader.errorString()),
               static_cast<long long>(reader.lineNumber()), static_cast<long long>(reader.columnNumber()));

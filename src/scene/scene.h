@@ -1,5 +1,6 @@
 #pragma once
 
+#include "scene/renderlist.h"
 #include "scene/scenebase.h"
 #include "scene/scenecontext.h"
 #include "scene/scenesnapshot.h"
@@ -61,12 +62,16 @@ public:
     // A longer warm-up in a file is cut to this: each second costs 30 graph
     // updates before the first frame shows.
     static constexpr float MaxWarmupTime = 600.0f;
+    // A transition shorter than this would make its time jump past the end
+    // in one step; a zero or negative length in the settings becomes this.
+    static constexpr float MinTransitionLength = 0.001f;
 
     CScene();
     ~CScene() override;
 
     bool Prepare() override;
-    // Frame running comes with the render list; see the source.
+    // Runs the graph for one frame (warm-up first, if due) and builds the
+    // render list that Draw executes.
     void Update(float deltaTime, CRender* render) override;
     void FrameFinished() override;
     bool RestoreDevice(CRender* render) override;
@@ -133,6 +138,7 @@ public:
     std::vector<std::string> m_goodScenes;
     std::vector<std::string> m_badScenes;
 
+    CRenderList m_renderList;
     std::vector<std::unique_ptr<CNode>> m_nodes;
     CSceneContext m_context;
     // Seconds the scene has been updated, warm-up included.
@@ -142,8 +148,16 @@ public:
     bool m_feedback = false;
     // The first "Screen" node, or null.
     CNode* m_root = nullptr;
+    // The last Load found the document broken and kept only what came before
+    // the fault.
+    bool m_readFailed = false;
 
 private:
+    // One evaluation of the graph from the root, with its mesh generation.
+    void UpdateGraph(float step, bool warmingUp, CRender* render);
+    void GenerateMeshes();
+    // A transition scene in an editor's or the front end's preview repeats.
+    static bool IsPreviewRun();
     void ReadAttributes(QXmlStreamReader* reader);
     void ReadNodes(QXmlStreamReader* reader);
     void ReadConnections(QXmlStreamReader* reader);

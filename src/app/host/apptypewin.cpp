@@ -5,6 +5,7 @@
 #include "app/cfg.h"
 #include "app/log.h"
 #include "app/paths.h"
+#include "app/runinfo.h"
 #include "app/trace.h"
 #include "render/userapp3d.h"
 #include "renderogl/renderogl.h"
@@ -21,6 +22,8 @@ CAppTypeWin::CAppTypeWin(CUserApp3d* app, CClock& clock)
 
 CAppTypeWin::~CAppTypeWin()
 {
+    if (g_runInfo.m_config == m_config.get())
+        g_runInfo = SRunInfo{};
     m_render.reset();
     m_config.reset();
     if (g_appTypeWin == this)
@@ -35,6 +38,7 @@ bool CAppTypeWin::Init()
     m_render = std::make_unique<CRenderOGL>(m_userApp);
     m_render->m_appType = m_appType;
     m_render->m_windowMode = m_windowMode;
+    g_runInfo = SRunInfo{m_appType, m_windowMode, m_config.get()};
     if (!m_render->CheckSupport() || !m_render->Init(true)) {
         m_render.reset();
         return Error("Unable to initialize OpenGL!");
@@ -164,20 +168,22 @@ void CAppTypeWin::StartRecording()
 
 void CAppTypeWin::RecordStep()
 {
-    constexpr float Step = 1.0f / 30.0f;
-    m_fps = 30.0f;
+    m_fps = m_recordFps > 0.0f ? m_recordFps : 30.0f;
+    const float step = 1.0f / m_fps;
     m_frameIntervalMs = 0;
-    m_engineTime += Step;
-    UpdateApp(Step);
+    m_engineTime += step;
+    UpdateApp(step);
     m_recordTime += 1.0 / m_fps;
     RenderFrame();
     if (m_recordTime >= m_recordStart && m_recording)
-        m_recorder->WriteFrame(static_cast<int>(m_fps));
-    if (m_recordTime > double(m_recordStart) + m_recordLength) {
+        m_recorder->WriteFrame(static_cast<int>(m_fps + 0.5f));
+    ++m_frameCount;
+    // A frame budget ends the run exactly, where summed time could be off by one.
+    const bool budgetSpent = m_maxFrames > 0 && m_frameCount >= m_maxFrames;
+    if (budgetSpent || m_recordTime > double(m_recordStart) + m_recordLength) {
         if (m_recording)
             m_recorder->StopMovie();
         m_recording = false;
         ShutdownApp();
     }
-    ++m_frameCount;
 }

@@ -46,6 +46,8 @@ public:
     // a song).
     float m_recordStart = -1.0f;
     float m_recordLength = -1.0f;
+    // Frames per second of simulated time in a recording run.
+    float m_recordFps = 30.0f;
     CUserApp3d* m_userApp;
     std::string m_configPath;
     std::unique_ptr<CCfg> m_config;

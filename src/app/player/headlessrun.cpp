@@ -1,0 +1,160 @@
+#include "app/player/headlessrun.h"
+
+#include "app/cfg.h"
+#include "app/host/apptypewin.h"
+#include "app/log.h"
+#include "app/player/sceneplayer.h"
+#include "app/random.h"
+#include "renderogl/renderogl.h"
+#include "services/picturesequencewriter.h"
+
+#include <chrono>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+
+namespace {
+
+constexpr int MaxSide = 16384;
+
+using Clock = std::chrono::steady_clock;
+
+double SecondsSince(Clock::time_point start)
+{
+    return std::chrono::duration<double>(Clock::now() - start).count();
+}
+
+// Redraws one terminal line, a few times a second at most.
+class CProgressLine
+{
+public:
+    CProgressLine(int total, bool enabled) : m_total(total), m_enabled(enabled) {}
+
+    void Show(int done)
+    {
+        if (!m_enabled)
+            return;
+        const double elapsed = SecondsSince(m_start);
+        if (done < m_total && elapsed - m_lastShown < 0.2)
+            return;
+        m_lastShown = elapsed;
+        const double rate = elapsed > 0.0 ? done / elapsed : 0.0;
+        const double left = rate > 0.0 ? (m_total - done) / rate : 0.0;
+        fprintf(stderr, "\r  frame %d/%d  %.1f frames/s  %d:%02d left   ", done, m_total, rate, int(left) / 60,
+                int(left) % 60);
+        if (done >= m_total)
+            fputc('\n', stderr);
+        fflush(stderr);
+    }
+
+    void Finish(int done)
+    {
+        if (m_enabled && done < m_total)
+            fputc('\n', stderr);
+    }
+
+private:
+    Clock::time_point m_start = Clock::now();
+    double m_lastShown = -1.0;
+    int m_total;
+    bool m_enabled;
+};
+
+int Fail(int code, const std::string& message)
+{
+    fprintf(stderr, "lumora: %s\n", message.c_str());
+    Error("Headless run: %s", message.c_str());
+    return code;
+}
+
+} // namespace
+
+int HeadlessFrameCount(const SHeadlessOptions& options)
+{
+    const double frames = std::floor(double(options.m_seconds) * options.m_fps + 0.5);
+    return frames < 1.0 ? 1 : frames > 1e8 ? 100000000 : int(frames);
+}
+
+bool ParseFrameSize(std::string_view text, int& width, int& height)
+{
+    const size_t x = text.find('x');
+    if (x == std::string_view::npos)
+        return false;
+    const auto side = [](std::string_view part, int& out) {
+        if (part.empty() || part.size() > 5)
+            return false;
+        int value = 0;
+        for (char c : part) {
+            if (c < '0' || c > '9')
+                return false;
+            value = value * 10 + (c - '0');
+        }
+        if (value < 1 || value > MaxSide)
+            return false;
+        out = value;
+        return true;
+    };
+    int w = 0, h = 0;
+    if (!side(text.substr(0, x), w) || !side(text.substr(x + 1), h))
+        return false;
+    width = w;
+    height = h;
+    return true;
+}
+
+int RunHeadless(const SHeadlessOptions& options)
+{
+    const auto start = Clock::now();
+    // Headless means no display: SDL draws through EGL into memory unless the
+    // caller chose a driver.
+    setenv("SDL_VIDEODRIVER", "offscreen", 0);
+
+    CScenePlayer player;
+    std::string error;
+    if (!player.Load(options.m_scenePath, error))
+        return Fail(1, error);
+
+    const int frames = HeadlessFrameCount(options);
+    CAppTypeWin host(&player);
+    host.m_appType = 0;
+    host.m_windowMode = WK_Record;
+    host.m_recordStart = 0.0f;
+    host.m_recordLength = options.m_seconds;
+    host.m_recordFps = options.m_fps;
+    host.m_maxFrames = frames;
+    if (!host.Init())
+        return Fail(3, "OpenGL could not be initialised; the log tells why");
+    host.m_config->StartScene = options.m_scenePath;
+    host.m_config->MovieFile = options.m_outDirectory;
+    host.m_render->m_recordWidth = options.m_width;
+    host.m_render->m_recordHeight = options.m_height;
+    if (!host.CreateWindows())
+        return Fail(4, "the drawing surface could not be made; the log tells why");
+    player.m_render = host.m_render.get();
+
+    // Seeded after the host, which may seed from the clock, so that the same
+    // command gives the same pictures.
+    if (options.m_seeded) {
+        g_random.Seed(options.m_seed);
+        std::srand(options.m_seed);
+    }
+
+    CPictureSequenceWriter writer(host.m_render.get());
+    CProgressLine progress(frames, options.m_showProgress);
+    writer.m_onFrame = [&progress](int done) { progress.Show(done); };
+    host.m_recorder = &writer;
+    host.RunApp();
+    progress.Finish(writer.FramesWritten());
+    player.m_render = nullptr;
+
+    const double seconds = SecondsSince(start);
+    if (writer.FramesWritten() < frames) {
+        return Fail(5, "only " + std::to_string(writer.FramesWritten()) + " of " + std::to_string(frames) +
+                           " pictures could be written to \"" + options.m_outDirectory + "\"");
+    }
+    printf("lumora: %d frames of %dx%d at %g fps (%g s of scene time) written to %s in %.1f s, %.1f frames/s\n",
+           frames, options.m_width, options.m_height, double(options.m_fps), double(frames / options.m_fps),
+           options.m_outDirectory.c_str(), seconds, seconds > 0.0 ? frames / seconds : 0.0);
+    fflush(stdout);
+    return 0;
+}

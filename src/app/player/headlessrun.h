@@ -1,0 +1,33 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+// A run without a window: a scene is played on simulated time and every
+// frame is written as a picture, as fast as the machine allows.
+struct SHeadlessOptions
+{
+    std::string m_scenePath;
+    std::string m_outDirectory;
+    int m_width = 1280;
+    int m_height = 720;
+    float m_fps = 30.0f;
+    float m_seconds = 10.0f;
+    bool m_seeded = false;
+    uint32_t m_seed = 0;
+    // Frames done, frames per second and time left on one terminal line.
+    bool m_showProgress = false;
+};
+
+// The number of frames a run of these options writes.
+int HeadlessFrameCount(const SHeadlessOptions& options);
+
+// "WxH" with both sides from 1 to 16384.
+bool ParseFrameSize(std::string_view text, int& width, int& height);
+
+// Runs the whole headless recording. Prints one summary line to stdout, or
+// the reason it failed to stderr. The result is the exit code of the
+// process: 0 done, 1 the scene file is missing or broken, 3 no OpenGL,
+// 4 no window, 5 the pictures could not be written.
+int RunHeadless(const SHeadlessOptions& options);

@@ -1,0 +1,3 @@
+#include "app/runinfo.h"
+
+SRunInfo g_runInfo;

@@ -1,0 +1,184 @@
+#include "nodes/render/renderrectnode.h"
+
+#include "app/check.h"
+#include "app/log.h"
+#include "ports/types/dataports.h"
+#include "ports/types/portint.h"
+#include "render/render.h"
+#include "scene/nodedeclaration.h"
+#include "scene/nodeinfo.h"
+#include "scene/pdeffect.h"
+#include "scene/renderlist.h"
+
+#include <cmath>
+#include <cstring>
+
+namespace {
+
+std::unique_ptr<CNodeInfo> DeclareRenderRectNode()
+{
+    auto info = std::make_unique<CNodeInfo>(NG_RenderChain, "RenderRect",
+                                            [] { return static_cast<CNode*>(new CRenderRectNode); });
+    info->m_desc = "Renders a rectangle that covers the whole screen";
+    info->AddInPort(std::make_unique<CPortRender>("Render", "Previous step of the render chain"));
+    info->AddInPort(std::make_unique<CPortInt>("TesselateW", "Columns of quads the rectangle is made of", 1, 1, 100000));
+    info->AddInPort(std::make_unique<CPortInt>("TesselateH", "Rows of quads the rectangle is made of", 1, 1, 100000));
+    info->AddInPort(std::make_unique<CPortEffect>("Effect", "Effect the rectangle is drawn with"));
+    info->AddOutPort(std::make_unique<CPortRender>("Render", "This step of the render chain"));
+    return info;
+}
+
+const bool s_declared = DeclareNodeType(DeclareRenderRectNode());
+
+template <class TIndex>
+void FillIndices(void* memory, int width, int height)
+{
+    auto* out = static_cast<TIndex*>(memory);
+    for (int j = 0; j < height; ++j) {
+        for (int i = 0; i < width; ++i) {
+            const TIndex a = TIndex(j * (width + 1) + i);
+            const TIndex b = TIndex(a + width + 1);
+            *out++ = a;
+            *out++ = TIndex(b + 1);
+            *out++ = b;
+            *out++ = TIndex(b + 1);
+            *out++ = a;
+            *out++ = TIndex(a + 1);
+        }
+    }
+}
+
+} // namespace
+
+CRenderRectNode::~CRenderRectNode()
+{
+    // A node deleted without InvalidateDevice still gives its buffers back.
+    for (SDeviceObjects& objects : dObjs)
+        ReleaseBuffers(objects);
+}
+
+bool CRenderRectNode::Init()
+{
+    m_renderIn = GetInPort<CPortRender>("Render");
+    m_tesselateW = GetInPort<CPortInt>("TesselateW");
+    m_tesselateH = GetInPort<CPortInt>("TesselateH");
+    m_effect = GetInPort<CPortEffect>("Effect");
+    m_renderOut = GetOutPort<CPortRender>("Render");
+    return m_renderIn && m_tesselateW && m_tesselateH && m_effect && m_renderOut;
+}
+
+void CRenderRectNode::Update(float time, CSceneContext*)
+{
+    m_renderOut->m_value = this;
+    UpdateInPorts(time);
+    if (m_tesselateW->m_changed || m_tesselateH->m_changed)
+        m_deviceDirty = 0xFFFFFFFFu;
+}
+
+void CRenderRectNode::ReleaseBuffers(SDeviceObjects& objects)
+{
+    if (objects.m_VertexBuffer)
+        objects.m_VertexBuffer->Release();
+    if (objects.m_IndexBuffer)
+        objects.m_IndexBuffer->Release();
+    objects = SDeviceObjects{};
+}
+
+bool CRenderRectNode::RestoreDevice(CRender* render)
+{
+    SDeviceObjects* dObjs = &this->dObjs[size_t(render->GetDeviceIndex())];
+    long W = std::max(1, m_tesselateW->m_value);
+    long H = std::max(1, m_tesselateH->m_value);
+    if (W * H > MaxCells) {
+        const double shrink = std::sqrt(double(MaxCells) / double(W * H));
+        Log("RenderRect \"%s\" of %ld x %ld cells is drawn with fewer cells", m_name.c_str(), W, H);
+        W = std::max(1L, long(double(W) * shrink));
+        H = std::max(1L, long(double(H) * shrink));
+        while (W * H > MaxCells)
+            W > H ? --W : --H;
+    }
+    const int vertexCount = int((W + 1) * (H + 1));
+    const int indexCount = int(6 * W * H);
+
+    if (dObjs->m_VertexBuffer && dObjs->m_VertexBuffer->m_count < vertexCount) {
+        dObjs->m_VertexBuffer->Release();
+        dObjs->m_VertexBuffer = nullptr;
+    }
+    // A buffer's index width follows its size, so a 16-bit buffer cannot
+    // take 32-bit indices even when it is long enough.
+    if (dObjs->m_IndexBuffer &&
+        (dObjs->m_IndexBuffer->m_count < indexCount || IndexWidth(dObjs->m_IndexBuffer->m_count) != IndexWidth(indexCount))) {
+        dObjs->m_IndexBuffer->Release();
+        dObjs->m_IndexBuffer = nullptr;
+    }
+    dObjs->m_triangles = 0;
+    if (!dObjs->m_VertexBuffer)
+        CHECK_FAILURE(!(dObjs->m_VertexBuffer = render->CreateVertexBuffer(vertexCount, 0, VBF_PNTBTC)));
+    if (!dObjs->m_IndexBuffer)
+        CHECK_FAILURE(!(dObjs->m_IndexBuffer = render->CreateIndexBuffer(indexCount, 0)));
+
+    auto* vertices = static_cast<SVertexPNTBTC*>(dObjs->m_VertexBuffer->Lock());
+    if (!vertices)
+        return false;
+    // Steps are added up row by row and column by column, in float.
+    const float stepX = 2.0f / float(W), stepY = 2.0f / float(H);
+    const float stepU = 1.0f / float(W), stepV = 1.0f / float(H);
+    float y = 1.0f, v = 1.0f;
+    for (long j = 0; j <= H; ++j) {
+        float x = -1.0f, u = 0.0f;
+        for (long i = 0; i <= W; ++i) {
+            *vertices++ = SVertexPNTBTC{{x, y, 0.0f}, 0xFFFFFFFFu, {u, v}, {0, 0, -1}, {1, 0, 0}, {0, 1, 0}, 0};
+            x += stepX;
+            u += stepU;
+        }
+        y -= stepY;
+        v -= stepV;
+    }
+    dObjs->m_VertexBuffer->Unlock();
+
+    void* indices = dObjs->m_IndexBuffer->Lock();
+    if (!indices)
+        return false;
+    if (IndexWidth(dObjs->m_IndexBuffer->m_count) == 2)
+        FillIndices<uint16_t>(indices, int(W), int(H));
+    else
+        FillIndices<uint32_t>(indices, int(W), int(H));
+    dObjs->m_IndexBuffer->Unlock();
+    dObjs->m_triangles = int(2 * W * H);
+    return true;
+}
+
+void CRenderRectNode::InvalidateDevice(CRender* render)
+{
+    ReleaseBuffers(dObjs[size_t(render->GetDeviceIndex())]);
+}
+
+void CRenderRectNode::BuildRenderList(CRenderList* list, CRenderItemList* parents, CCamera* camera)
+{
+    list->AddChainStep(this, m_renderIn->GetConnectedNode(), parents, camera);
+}
+
+void CRenderRectNode::Render(CRender* render)
+{
+    if (CPDRender* upstream = m_renderIn->m_value)
+        upstream->Render(render);
+    CPDEffect* effect = m_effect->m_value;
+    const SDeviceObjects& objects = dObjs[size_t(render->GetDeviceIndex())];
+    if (!effect || !objects.m_VertexBuffer || !objects.m_IndexBuffer || objects.m_triangles == 0)
+        return;
+    static const float white[4] = {1, 1, 1, 1};
+    const CMatrix identity = MatrixIdentity();
+    effect->m_render = render;
+    for (CFxPass* pass = effect->Begin(); pass; pass = effect->NextPass(pass)) {
+        effect->BeginPass(pass);
+        effect->SetColor(white);
+        effect->SetWorld(0, identity.data());
+        render->SetTransform(TS_World, identity.data());
+        effect->CommitChanges(render);
+        render->SetVertexBuffer(objects.m_VertexBuffer);
+        render->SetIndexBuffer(objects.m_IndexBuffer);
+        render->DrawIndexedPrimitive(PT_Triangles, 0, objects.m_triangles, 0);
+        effect->EndPass(pass);
+    }
+    effect->End();
+}

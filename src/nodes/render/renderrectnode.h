@@ -1,0 +1,47 @@
+#pragma once
+
+#include "scene/node.h"
+#include "scene/pdrender.h"
+
+#include <array>
+
+class CIndexBuffer;
+class CPortEffect;
+class CPortInt;
+class CPortRender;
+class CVertexBuffer;
+
+// A render chain step that draws a grid of quads over the whole viewport
+// through an effect: the canvas of full-screen shaders.
+class CRenderRectNode : public CNode, public CPDRender
+{
+public:
+    ~CRenderRectNode() override;
+    bool Init() override;
+    void Update(float time, CSceneContext* context) override;
+    bool RestoreDevice(CRender* render) override;
+    void InvalidateDevice(CRender* render) override;
+    void BuildRenderList(CRenderList* list, CRenderItemList* parents, CCamera* camera) override;
+    void Render(CRender* render) override;
+
+    // Finer grids are drawn with fewer cells: beyond this a grid costs
+    // hundreds of megabytes and shows nothing more.
+    static constexpr long MaxCells = 1000000;
+
+    struct SDeviceObjects
+    {
+        CVertexBuffer* m_VertexBuffer = nullptr;
+        CIndexBuffer* m_IndexBuffer = nullptr;
+        int m_triangles = 0;
+    };
+    std::array<SDeviceObjects, 1> dObjs;
+
+private:
+    void ReleaseBuffers(SDeviceObjects& objects);
+
+    CPortRender* m_renderIn = nullptr;
+    CPortInt* m_tesselateW = nullptr;
+    CPortInt* m_tesselateH = nullptr;
+    CPortEffect* m_effect = nullptr;
+    CPortRender* m_renderOut = nullptr;
+};

@@ -1,0 +1,63 @@
+#include "services/picturesequencewriter.h"
+
+#include "app/log.h"
+#include "render/bitmapfile.h"
+#include "renderogl/renderogl.h"
+
+#include <cstdio>
+#include <filesystem>
+#include <system_error>
+
+CPictureSequenceWriter::CPictureSequenceWriter(CRenderOGL* render) : m_render(render)
+{
+}
+
+std::string CPictureSequenceWriter::FrameName(int number)
+{
+    char name[32];
+    snprintf(name, sizeof name, "frame-%05d.png", number);
+    return name;
+}
+
+bool CPictureSequenceWriter::StartMovie(const std::string& path)
+{
+    m_directory = path.empty() ? std::string(".") : path;
+    m_framesWritten = 0;
+    std::error_code error;
+    std::filesystem::create_directories(m_directory, error);
+    if (!std::filesystem::is_directory(m_directory, error)) {
+        m_good = false;
+        return Error("Unable to make the picture directory \"%s\"", m_directory.c_str());
+    }
+    m_good = true;
+    return true;
+}
+
+void CPictureSequenceWriter::WriteFrame(int)
+{
+    if (!m_good || !m_render || m_render->m_windows.empty())
+        return;
+    m_render->SwitchToRenderWindow(0);
+    const int width = m_render->m_currentRect.Width();
+    const int height = m_render->m_currentRect.Height();
+    m_pixels.resize(size_t(width) * size_t(height) * 3);
+    m_render->ReadPixels(m_pixels.data());
+
+    const std::string path = m_directory + "/" + FrameName(m_framesWritten + 1);
+    CBitmapFile picture;
+    if (!picture.SetBgrBottomUp(m_pixels.data(), width, height) || !picture.Save(path.c_str())) {
+        // A full disk fails every later frame too; one line says it.
+        Error("Unable to write the picture \"%s\"; no more frames are written", path.c_str());
+        m_good = false;
+        return;
+    }
+    ++m_framesWritten;
+    if (m_onFrame)
+        m_onFrame(m_framesWritten);
+}
+
+void CPictureSequenceWriter::StopMovie()
+{
+    m_good = false;
+    m_pixels = {};
+}
