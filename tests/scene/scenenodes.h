@@ -21,7 +21,7 @@ public:
     CSceneTestTypes() : m_factory(CNodeFactory::Get())
     {
         const auto plain = [] { return new CNode; };
-        auto screen = Info("Screen", plain);
+        auto screen = Info("Screen", [] { return static_cast<CNode*>(new CPullNode); });
         screen->AddInPort(std::make_unique<CPortRender>("Render", "chain"));
         screen->AddInPort(std::make_unique<CPortColor>("Color", "clear colour", CPortColor::Rgba{0, 0, 0, 1},
                                                        CPortColor::Rgba{0, 0, 0, 0}, CPortColor::Rgba{1, 1, 1, 1}));

@@ -53,6 +53,13 @@ public:
     int m_invalidates = 0;
 };
 
+// Pulls its inputs and does nothing else, like the root of a graph.
+class CPullNode : public CNode
+{
+public:
+    void Update(float time, CSceneContext*) override { UpdateInPorts(time); }
+};
+
 // Evaluated on every pull, like the nodes that feed "(Local)" ports.
 class CUncachedSumNode : public CSumNode
 {

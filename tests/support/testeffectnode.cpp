@@ -1,0 +1,145 @@
+#include "support/testeffectnode.h"
+
+#include "ports/types/dataports.h"
+#include "ports/types/portstring.h"
+#include "render/fx.h"
+#include "render/fxmanager.h"
+#include "render/render.h"
+#include "scene/nodefactory.h"
+
+#include <array>
+
+CTestEffectNode::~CTestEffectNode() = default;
+
+bool CTestEffectNode::Init()
+{
+    m_shader = GetInPort<CPortString>("Shader");
+    m_effect = GetOutPort<CPortEffect>("Effect");
+    return m_shader && m_effect;
+}
+
+void CTestEffectNode::Update(float time, CSceneContext*)
+{
+    UpdateInPorts(time);
+    if (m_shader->m_changed)
+        m_deviceDirty = 0xFFFFFFFFu;
+    m_time = time;
+    m_effect->m_value = this;
+}
+
+bool CTestEffectNode::RestoreDevice(CRender* render)
+{
+    m_technique.reset();
+    m_fx.reset(render->GetRenderData()->GetFxManager()->ParseEffect(m_shader->m_value));
+    if (m_fx)
+        m_technique.reset(m_fx->GetBestTechnique());
+    return m_technique != nullptr;
+}
+
+void CTestEffectNode::InvalidateDevice(CRender*)
+{
+    m_technique.reset();
+    m_fx.reset();
+}
+
+CFxPass* CTestEffectNode::Begin()
+{
+    if (!m_technique)
+        return nullptr;
+    if (CFxParam time = m_fx->GetParam("time"))
+        time.SetFloat(m_time);
+    return m_technique->FirstPass();
+}
+
+void CTestEffectNode::BeginPass(CFxPass* pass)
+{
+    pass->SetState();
+}
+
+CFxPass* CTestEffectNode::NextPass(CFxPass*)
+{
+    return m_technique->NextPass();
+}
+
+void CTestEffectNode::EndPass(CFxPass* pass)
+{
+    pass->ResetState();
+}
+
+void CTestEffectNode::End()
+{
+}
+
+void CTestEffectNode::SetColor(const float* rgba)
+{
+    std::copy(rgba, rgba + 4, m_color);
+}
+
+void CTestEffectNode::SetWorld(int, const float* matrix)
+{
+    std::copy(matrix, matrix + 16, m_fx->m_world.begin());
+}
+
+void CTestEffectNode::CommitChanges(CRender* render)
+{
+    if (CFxParam color = m_fx->GetParam("color"))
+        color.SetVector4(m_color);
+    m_fx->UpdateParameters(render);
+}
+
+CTestEffectNode::CType::CType() : m_factory(CNodeFactory::Get())
+{
+    m_info = std::make_unique<CNodeInfo>(NG_Effects, "Shader", [] { return static_cast<CNode*>(new CTestEffectNode); });
+    m_info->m_desc = "Effect text for tests";
+    m_info->AddInPort(std::make_unique<CPortString>("Shader", "Effect text", ""));
+    m_info->AddOutPort(std::make_unique<CPortEffect>("Effect", "The compiled effect"));
+    std::array<CNodeInfo*, 1> infos{m_info.get()};
+    m_factory->AddInOrder(infos);
+}
+
+CTestEffectNode::CType::~CType()
+{
+    m_factory->Release();
+}
+
+namespace {
+
+// Positions pass through untransformed: a rectangle from -1 to 1 covers the
+// viewport, as full-screen effects expect.
+constexpr const char* kVertexProgram = R"(
+float4 color = float4(1, 1, 1, 1);
+float time = 0;
+struct VOut { float4 pos : POSITION; float2 uv : TEXCOORD0; };
+VOut mainVS(float4 pos : POSITION, float2 uv : TEXCOORD0)
+{
+    VOut o;
+    o.pos = float4(pos.xyz, 1);
+    o.uv = uv;
+    return o;
+}
+)";
+
+constexpr const char* kTechnique = R"(
+technique Main { pass P0 {
+    VertexProgram = compile vp40 mainVS();
+    FragmentProgram = compile fp40 mainPS();
+    CullFaceEnable = false;
+    DepthTestEnable = false;
+} }
+)";
+
+} // namespace
+
+std::string SolidColorEffect(const char* rgba)
+{
+    return std::string(kVertexProgram) + "float4 mainPS(VOut i) : COLOR { return float4(" + rgba + ") * color; }\n" +
+           kTechnique;
+}
+
+std::string GradientEffect()
+{
+    return std::string(kVertexProgram) +
+           "float4 mainPS(VOut i) : COLOR { return float4(i.uv.x, i.uv.y, 0.5 + 0.5 * sin(time * 6.0), 1) * color; "
+           "}\n" +
+           kTechnique;
+}

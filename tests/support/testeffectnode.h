@@ -1,0 +1,66 @@
+#pragma once
+
+#include "scene/node.h"
+#include "scene/nodeinfo.h"
+#include "scene/pdeffect.h"
+
+#include <memory>
+#include <string>
+
+class CFx;
+class CFxTechnique;
+class CPortEffect;
+class CPortString;
+
+// An effect node for tests, until scenes carry their own effects: its
+// "Shader" port holds a whole effect text, which it compiles on the device
+// and publishes through "Effect". The effect may use the parameters
+// "color" (the item's colour) and "time" (scene time).
+class CTestEffectNode : public CNode, public CPDEffect
+{
+public:
+    ~CTestEffectNode() override;
+    bool Init() override;
+    void Update(float time, CSceneContext* context) override;
+    bool RestoreDevice(CRender* render) override;
+    void InvalidateDevice(CRender* render) override;
+
+    CFxPass* Begin() override;
+    void BeginPass(CFxPass* pass) override;
+    CFxPass* NextPass(CFxPass* pass) override;
+    void EndPass(CFxPass* pass) override;
+    void End() override;
+    void SetColor(const float* rgba) override;
+    void SetWorld(int index, const float* matrix) override;
+    void CommitChanges(CRender* render) override;
+
+    bool HasTechnique() const { return m_technique != nullptr; }
+
+    // Registers the type as "Shader" in the factory while it lives.
+    class CType
+    {
+    public:
+        CType();
+        ~CType();
+        CType(const CType&) = delete;
+        CType& operator=(const CType&) = delete;
+
+    private:
+        class CNodeFactory* m_factory;
+        std::unique_ptr<CNodeInfo> m_info;
+    };
+
+private:
+    CPortString* m_shader = nullptr;
+    CPortEffect* m_effect = nullptr;
+    std::unique_ptr<CFx> m_fx;
+    std::unique_ptr<CFxTechnique> m_technique;
+    float m_time = 0.0f;
+    float m_color[4] = {1, 1, 1, 1};
+};
+
+// An effect that paints `rgba` ("r, g, b, a" in the text) over what it draws.
+std::string SolidColorEffect(const char* rgba);
+// An effect whose picture depends on position and time: red grows to the
+// right, green upwards, and blue pulses with time.
+std::string GradientEffect();
