@@ -46,6 +46,12 @@ CFxPass* CTestEffectNode::Begin()
 {
     if (!m_technique)
         return nullptr;
+    // Like the effects of scenes: both faces drawn, no depth, since a
+    // full-screen rectangle's winding depends on the target.
+    if (CRenderStateManager* states = m_render ? m_render->GetStateManager() : nullptr) {
+        states->m_states.m_cullMode = 0;
+        states->m_states.m_flags &= ~(RS_DepthTest | RS_DepthWrite);
+    }
     if (CFxParam time = m_fx->GetParam("time"))
         time.SetFloat(m_time);
     return m_technique->FirstPass();

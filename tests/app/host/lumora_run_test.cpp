@@ -1,4 +1,5 @@
 #include "support/logcapture.h"
+#include "support/picturecompare.h"
 #include "support/tempdir.h"
 
 #include <gtest/gtest.h>
@@ -19,7 +20,8 @@ int RunLumora(const CTempDir& home, const std::string& arguments, const char* te
               const std::string& environment = "")
 {
     std::string command = LUMORA_RUN_ENVIRONMENT " " + environment + " SDL_VIDEODRIVER=offscreen XDG_CONFIG_HOME='" + home.Path() + "' MESA_SHADER_CACHE_DIR='" +
-                          home.Path() + "' '" LUMORA_EXECUTABLE "' " + arguments + " >/dev/null 2>&1";
+                          home.Path() + "' '" LUMORA_EXECUTABLE "' " + arguments + " >'" + home.File("stdout.txt") +
+                          "' 2>'" + home.File("stderr.txt") + "'";
     if (terminateAfter)
         command = "(" + command + " & sleep " + terminateAfter + "; kill -TERM $!; wait $!)";
     const int status = std::system(command.c_str());
@@ -49,7 +51,7 @@ int Find(const std::vector<std::string>& messages, const std::string& text)
 TEST(LumoraRun, WindowRunEndsAfterItsFramesWithStartAndStopInOrder)
 {
     CTempDir home;
-    ASSERT_EQ(RunLumora(home, "--window --frames 5 -f scenes/some.scene"), 0);
+    ASSERT_EQ(RunLumora(home, "--window --frames 5"), 0);
     const std::vector<std::string> messages = LogMessages(home);
     const char* order[] = {"Desktop primary:", "Creating window", "Window(s) created. Current 0,0,1280,720.",
                            "OGLInfo :", "Virtual screen size 0,0 1280x720", "** Entering main message loop **",
@@ -85,4 +87,68 @@ TEST(LumoraRun, FullScreenOpensOneWindowPerMonitorAndBadOptionsGiveUsage)
     EXPECT_EQ(RunLumora(other, "--frames"), 2);
     EXPECT_EQ(RunLumora(other, "--frames 0"), 2);
     EXPECT_EQ(RunLumora(other, "--bogus"), 2);
+}
+
+namespace {
+
+// A scene of one clear colour in the XML form that older files have.
+void WriteClearScene(const std::string& path, const char* rgba)
+{
+    WriteFile(path, std::string("<?xml version=\"1.0\"?>\n<LumoraScene Id=\"clear00001\" SceneType=\"256\">\n"
+                                "<Nodes><Node Type=\"Clear\" Name=\"Clear1\"><Port Id=\"Color\" Value=\"") +
+                        rgba +
+                        "\"/></Node><Node Type=\"Screen\" Name=\"Screen1\"/></Nodes>\n"
+                        "<Connections><Connection Out=\"Clear1.Render\" In=\"Screen1.Render\"/></Connections>\n"
+                        "</LumoraScene>\n");
+}
+
+} // namespace
+
+TEST(LumoraRun, HeadlessRunWritesEveryFrameAndSaysWhatItDid)
+{
+    CTempDir home;
+    WriteClearScene(home.File("orange.lms"), "1 0.5 0 1");
+    const std::string out = home.File("frames");
+    ASSERT_EQ(RunLumora(home, "--headless -f '" + home.File("orange.lms") +
+                                  "' --size 64x36 --fps 10 --seconds 0.5 --seed 3 --out '" + out + "'"),
+              0)
+        << ReadFile(home.File("stderr.txt"));
+    for (int frame = 1; frame <= 5; ++frame) {
+        const std::string name = out + "/frame-0000" + std::to_string(frame) + ".png";
+        ASSERT_TRUE(FileExists(name)) << name;
+        EXPECT_EQ(PixelAt(name, 63, 35), (SPixel{255, 128, 0})) << name;
+    }
+    EXPECT_FALSE(FileExists(out + "/frame-00006.png"));
+    const std::string summary = ReadFile(home.File("stdout.txt"));
+    EXPECT_NE(summary.find("5 frames of 64x36"), std::string::npos) << summary;
+    EXPECT_EQ(std::count(summary.begin(), summary.end(), '\n'), 1) << "one summary line";
+    EXPECT_EQ(ReadFile(home.File("stderr.txt")), "") << "no progress line when stderr is not a terminal";
+
+    // The same scene plays in a window.
+    CTempDir windowed;
+    EXPECT_EQ(RunLumora(windowed, "--window --frames 3 -f '" + home.File("orange.lms") + "'"), 0);
+    EXPECT_GE(Find(LogMessages(windowed), "Playing scene"), 0);
+}
+
+TEST(LumoraRun, HeadlessRunRefusesMissingScenesAndIncompleteOptions)
+{
+    CTempDir home;
+    EXPECT_EQ(RunLumora(home, "--headless -f '" + home.File("nothere.lmc") + "' --out '" + home.File("f") + "'"), 1);
+    EXPECT_NE(ReadFile(home.File("stderr.txt")).find("does not exist"), std::string::npos);
+    EXPECT_FALSE(FileExists(home.File("f")));
+
+    WriteFile(home.File("broken.lmc"), "PK\x03\x04 truncated");
+    EXPECT_EQ(RunLumora(home, "--headless -f '" + home.File("broken.lmc") + "' --out '" + home.File("f") + "'"), 1);
+    EXPECT_NE(ReadFile(home.File("stderr.txt")).find("cannot be opened"), std::string::npos);
+    EXPECT_EQ(RunLumora(home, "--window --frames 2 -f '" + home.File("broken.lmc") + "'"), 1);
+
+    WriteClearScene(home.File("ok.lms"), "0 0 0 1");
+    const std::string scene = " -f '" + home.File("ok.lms") + "'";
+    EXPECT_EQ(RunLumora(home, "--headless" + scene), 2) << "no --out";
+    EXPECT_EQ(RunLumora(home, "--headless --out x"), 2) << "no scene";
+    EXPECT_EQ(RunLumora(home, "--headless --out x --size 0x10" + scene), 2);
+    EXPECT_EQ(RunLumora(home, "--headless --out x --size 640" + scene), 2);
+    EXPECT_EQ(RunLumora(home, "--headless --out x --fps 0" + scene), 2);
+    EXPECT_EQ(RunLumora(home, "--headless --out x --seconds -1" + scene), 2);
+    EXPECT_EQ(RunLumora(home, "--headless --out x --seed -4" + scene), 2);
 }

@@ -1,0 +1,147 @@
+// Headless recording of a scene to pictures, in this process: the scene made
+// here is saved, loaded back by the run and drawn on llvmpipe, and its frames
+// are compared with reference pictures.
+
+#include "app/paths.h"
+#include "app/player/headlessrun.h"
+#include "ports/port.h"
+#include "scene/nodefactory.h"
+#include "scene/scene.h"
+#include "services/picturesequencewriter.h"
+#include "support/picturecompare.h"
+#include "support/tempdir.h"
+#include "support/testeffectnode.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+
+namespace {
+
+class HeadlessRun : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        setenv("XDG_CONFIG_HOME", m_home.Path().c_str(), 1);
+        g_paths.Setup();
+        m_factory = CNodeFactory::Get();
+        m_factory->Init();
+        m_effectType = std::make_unique<CTestEffectNode::CType>();
+    }
+    void TearDown() override
+    {
+        m_effectType.reset();
+        m_factory->Release();
+    }
+
+    // A gradient whose blue follows time, drawn into the middle of the
+    // picture over a dark red clear.
+    std::string SaveGradientScene(const std::string& name)
+    {
+        CScene scene;
+        for (const char* type : {"Screen", "RenderRect", "Clear", "Shader"})
+            EXPECT_NE(scene.AddNode(type), nullptr) << type;
+        EXPECT_TRUE(scene.Connect("Clear1.Render", "RenderRect1.Render"));
+        EXPECT_TRUE(scene.Connect("RenderRect1.Render", "Screen1.Render"));
+        EXPECT_TRUE(scene.Connect("Shader1.Effect", "RenderRect1.Effect"));
+        std::string component;
+        scene.FindInPort("Clear1.Color", &component)->SetValue("0.4 0 0 1");
+        scene.FindInPort("Screen1.Viewport", &component)->SetValue("0.25 0.25 0.5 0.5");
+        scene.FindInPort("Shader1.Shader", &component)->SetValue(GradientEffect());
+        const std::string path = m_home.File(name);
+        EXPECT_TRUE(scene.Save(path, false));
+        return path;
+    }
+
+    SHeadlessOptions Options(const std::string& scene, const std::string& out)
+    {
+        SHeadlessOptions options;
+        options.m_scenePath = scene;
+        options.m_outDirectory = out;
+        options.m_width = 160;
+        options.m_height = 90;
+        options.m_fps = 30;
+        options.m_seconds = 0.2f;
+        options.m_seeded = true;
+        options.m_seed = 7;
+        return options;
+    }
+
+    std::string Frame(const std::string& out, int number) const
+    {
+        return out + "/" + CPictureSequenceWriter::FrameName(number);
+    }
+
+    static std::string Reference(const std::string& name)
+    {
+        return std::string(std::getenv("LUMORA_TEST_DATA")) + "/reference/" + name;
+    }
+
+    CTempDir m_home;
+    CNodeFactory* m_factory = nullptr;
+    std::unique_ptr<CTestEffectNode::CType> m_effectType;
+};
+
+} // namespace
+
+TEST_F(HeadlessRun, RecordsEveryFrameOfASceneAsReferencePicturesShowIt)
+{
+    const std::string scene = SaveGradientScene("gradient.lmc");
+    const std::string out = m_home.File("frames");
+    ASSERT_EQ(RunHeadless(Options(scene, out)), 0);
+
+    EXPECT_EQ(HeadlessFrameCount(Options(scene, out)), 6);
+    for (int frame = 1; frame <= 6; ++frame)
+        EXPECT_TRUE(FileExists(Frame(out, frame))) << frame;
+    EXPECT_FALSE(FileExists(Frame(out, 7)));
+
+    // The clear fills the border, the rectangle the middle half, with red
+    // growing to the right and green upwards.
+    EXPECT_EQ(PixelAt(Frame(out, 1), 2, 2), (SPixel{102, 0, 0}));
+    const SPixel lowLeft = PixelAt(Frame(out, 1), 42, 66);
+    const SPixel topRight = PixelAt(Frame(out, 1), 117, 23);
+    EXPECT_LT(lowLeft.r, 10);
+    EXPECT_LT(lowLeft.g, 10);
+    EXPECT_GT(topRight.r, 245);
+    EXPECT_GT(topRight.g, 245);
+    // Time moves the blue from frame to frame.
+    EXPECT_NE(PixelAt(Frame(out, 1), 80, 45).b, PixelAt(Frame(out, 4), 80, 45).b);
+
+    for (int frame : {1, 3, 6}) {
+        const std::string name = "gradient-" + CPictureSequenceWriter::FrameName(frame);
+        EXPECT_EQ(MatchReference(Frame(out, frame), Reference(name), 3, 0.01), "") << name;
+    }
+
+    // The same command gives the same pictures.
+    const std::string again = m_home.File("again");
+    ASSERT_EQ(RunHeadless(Options(scene, again)), 0);
+    for (int frame = 1; frame <= 6; ++frame) {
+        const SPictureDifference difference = ComparePictures(Frame(again, frame), Frame(out, frame), 0);
+        EXPECT_TRUE(difference.m_loaded && difference.m_sameSize && difference.m_differing == 0) << frame;
+    }
+}
+
+TEST_F(HeadlessRun, ScenesThatCannotPlayAndPicturesThatCannotBeWrittenEndWithTheirCodes)
+{
+    const std::string out = m_home.File("frames");
+    EXPECT_EQ(RunHeadless(Options(m_home.File("missing.lmc"), out)), 1);
+    EXPECT_EQ(RunHeadless(Options(m_home.Path(), out)), 1) << "a directory is no scene";
+
+    WriteFile(m_home.File("notzip.lmc"), "this is not a zip archive");
+    EXPECT_EQ(RunHeadless(Options(m_home.File("notzip.lmc"), out)), 1);
+
+    WriteFile(m_home.File("broken.lms"), "<?xml version=\"1.0\"?>\n<LumoraScene><Nodes><Node Type=\"Screen\" Name=\"S\"");
+    EXPECT_EQ(RunHeadless(Options(m_home.File("broken.lms"), out)), 1);
+
+    WriteFile(m_home.File("noscreen.lms"),
+              "<?xml version=\"1.0\"?>\n<LumoraScene><Nodes><Node Type=\"Clear\" Name=\"Clear1\"/></Nodes></LumoraScene>");
+    EXPECT_EQ(RunHeadless(Options(m_home.File("noscreen.lms"), out)), 1);
+    EXPECT_FALSE(std::filesystem::exists(out)) << "nothing is written for a scene that cannot play";
+
+    // A file stands where the pictures should go.
+    const std::string scene = SaveGradientScene("gradient.lmc");
+    WriteFile(m_home.File("taken"), "");
+    EXPECT_EQ(RunHeadless(Options(scene, m_home.File("taken"))), 5);
+}
