@@ -14,8 +14,39 @@
 #include <filesystem>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace {
+
+// Computes from its inputs, as value nodes do: Out = A + B * Speed + Phase.
+class CBenchValueNode : public CNode
+{
+public:
+    bool Init() override
+    {
+        for (const char* name : {"A", "B", "Speed", "Phase"})
+            m_in.push_back(GetInPort<CPortFloat>(name));
+        m_out = GetOutPort<CPortFloat>("Out");
+        return m_out != nullptr;
+    }
+    void Update(float time, CSceneContext*) override
+    {
+        UpdateInPorts(time);
+        const float value = m_in[0]->m_value + m_in[1]->m_value * m_in[2]->m_value + m_in[3]->m_value + time;
+        m_out->m_changed = value != m_out->m_value;
+        m_out->m_value = value;
+    }
+
+    std::vector<CPortFloat*> m_in;
+    CPortFloat* m_out = nullptr;
+};
+
+// The root: pulls what it reads.
+class CBenchScreenNode : public CNode
+{
+public:
+    void Update(float time, CSceneContext*) override { UpdateInPorts(time); }
+};
 
 // A value node with a few stored ports, registered under a name of the
 // factory's order; the Screen node is the root.
@@ -24,12 +55,13 @@ struct SSceneFixture
     SSceneFixture()
     {
         factory = CNodeFactory::Get();
-        value = std::make_unique<CNodeInfo>(NG_Values, "Sin", [] { return new CNode; });
+        value = std::make_unique<CNodeInfo>(NG_Values, "Sin", [] { return static_cast<CNode*>(new CBenchValueNode); });
         for (const char* name : {"A", "B", "Speed", "Phase"})
             value->AddInPort(std::make_unique<CPortFloat>(name, "", 0.0f, 0.1f, -1e6f, 1e6f));
         value->AddInPort(std::make_unique<CPortString>("Note", "", ""));
         value->AddOutPort(std::make_unique<CPortFloat>("Out", "", 0.0f, 0.1f, -1e6f, 1e6f));
-        screen = std::make_unique<CNodeInfo>(NG_RenderChain, "Screen", [] { return new CNode; });
+        screen = std::make_unique<CNodeInfo>(NG_RenderChain, "Screen",
+                                             [] { return static_cast<CNode*>(new CBenchScreenNode); });
         screen->AddInPort(std::make_unique<CPortFloat>("A", "", 0.0f, 0.1f, -1e6f, 1e6f));
         factory->Add(value.get());
         factory->Add(screen.get());
@@ -85,5 +117,23 @@ void BM_Scene_Load(benchmark::State& state)
     }
 }
 BENCHMARK(BM_Scene_Load)->ArgName("graph")->Arg(1)->Arg(0)->Unit(benchmark::kMicrosecond);
+
+// One frame's graph update of the loaded 50-node scene: the pull from the
+// root, the change flags and the render list.
+void BM_Scene_Update(benchmark::State& state)
+{
+    SSceneFixture fixture;
+    CScene scene;
+    if (!scene.Load(fixture.path, true) || scene.m_nodes.size() != 50) {
+        state.SkipWithError("the scene didn't load whole");
+        return;
+    }
+    for (auto _ : state) {
+        scene.Update(1.0f / 30.0f, nullptr);
+        benchmark::DoNotOptimize(scene.m_context.m_time);
+    }
+    state.SetItemsProcessed(state.iterations() * 50);
+}
+BENCHMARK(BM_Scene_Update)->Unit(benchmark::kMicrosecond);
 
 } // namespace
