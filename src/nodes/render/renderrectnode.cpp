@@ -79,6 +79,8 @@ void CRenderRectNode::ReleaseBuffers(SDeviceObjects& objects)
 {
     if (objects.m_VertexBuffer)
         objects.m_VertexBuffer->Release();
+    if (objects.m_VertexBufferUpsideDown)
+        objects.m_VertexBufferUpsideDown->Release();
     if (objects.m_IndexBuffer)
         objects.m_IndexBuffer->Release();
     objects = SDeviceObjects{};
@@ -100,9 +102,11 @@ bool CRenderRectNode::RestoreDevice(CRender* render)
     const int vertexCount = int((W + 1) * (H + 1));
     const int indexCount = int(6 * W * H);
 
-    if (dObjs->m_VertexBuffer && dObjs->m_VertexBuffer->m_count < vertexCount) {
-        dObjs->m_VertexBuffer->Release();
-        dObjs->m_VertexBuffer = nullptr;
+    for (CVertexBuffer** buffer : {&dObjs->m_VertexBuffer, &dObjs->m_VertexBufferUpsideDown}) {
+        if (*buffer && (*buffer)->m_count < vertexCount) {
+            (*buffer)->Release();
+            *buffer = nullptr;
+        }
     }
     // A buffer's index width follows its size, so a 16-bit buffer cannot
     // take 32-bit indices even when it is long enough.
@@ -114,27 +118,12 @@ bool CRenderRectNode::RestoreDevice(CRender* render)
     dObjs->m_triangles = 0;
     if (!dObjs->m_VertexBuffer)
         CHECK_FAILURE(!(dObjs->m_VertexBuffer = render->CreateVertexBuffer(vertexCount, 0, VBF_PNTBTC)));
+    if (!dObjs->m_VertexBufferUpsideDown)
+        CHECK_FAILURE(!(dObjs->m_VertexBufferUpsideDown = render->CreateVertexBuffer(vertexCount, 0, VBF_PNTBTC)));
     if (!dObjs->m_IndexBuffer)
         CHECK_FAILURE(!(dObjs->m_IndexBuffer = render->CreateIndexBuffer(indexCount, 0)));
-
-    auto* vertices = static_cast<SVertexPNTBTC*>(dObjs->m_VertexBuffer->Lock());
-    if (!vertices)
+    if (!FillVertices(dObjs->m_VertexBuffer, W, H, false) || !FillVertices(dObjs->m_VertexBufferUpsideDown, W, H, true))
         return false;
-    // Steps are added up row by row and column by column, in float.
-    const float stepX = 2.0f / float(W), stepY = 2.0f / float(H);
-    const float stepU = 1.0f / float(W), stepV = 1.0f / float(H);
-    float y = 1.0f, v = 1.0f;
-    for (long j = 0; j <= H; ++j) {
-        float x = -1.0f, u = 0.0f;
-        for (long i = 0; i <= W; ++i) {
-            *vertices++ = SVertexPNTBTC{{x, y, 0.0f}, 0xFFFFFFFFu, {u, v}, {0, 0, -1}, {1, 0, 0}, {0, 1, 0}, 0};
-            x += stepX;
-            u += stepU;
-        }
-        y -= stepY;
-        v -= stepV;
-    }
-    dObjs->m_VertexBuffer->Unlock();
 
     void* indices = dObjs->m_IndexBuffer->Lock();
     if (!indices)
@@ -145,6 +134,30 @@ bool CRenderRectNode::RestoreDevice(CRender* render)
         FillIndices<uint32_t>(indices, int(W), int(H));
     dObjs->m_IndexBuffer->Unlock();
     dObjs->m_triangles = int(2 * W * H);
+    return true;
+}
+
+bool CRenderRectNode::FillVertices(CVertexBuffer* buffer, long W, long H, bool upsideDown)
+{
+    auto* vertices = static_cast<SVertexPNTBTC*>(buffer->Lock());
+    if (!vertices)
+        return false;
+    // Steps are added up row by row and column by column, in float.
+    const float stepX = 2.0f / float(W), stepY = 2.0f / float(H);
+    const float stepU = 1.0f / float(W), stepV = 1.0f / float(H);
+    const float ySign = upsideDown ? -1.0f : 1.0f;
+    float y = 1.0f, v = 1.0f;
+    for (long j = 0; j <= H; ++j) {
+        float x = -1.0f, u = 0.0f;
+        for (long i = 0; i <= W; ++i) {
+            *vertices++ = SVertexPNTBTC{{x, y * ySign, 0.0f}, 0xFFFFFFFFu, {u, v}, {0, 0, -1}, {1, 0, 0}, {0, 1, 0}, 0};
+            x += stepX;
+            u += stepU;
+        }
+        y -= stepY;
+        v -= stepV;
+    }
+    buffer->Unlock();
     return true;
 }
 
@@ -166,6 +179,8 @@ void CRenderRectNode::Render(CRender* render)
     const SDeviceObjects& objects = dObjs[size_t(render->GetDeviceIndex())];
     if (!effect || !objects.m_VertexBuffer || !objects.m_IndexBuffer || objects.m_triangles == 0)
         return;
+    const bool intoTarget = render->GetRenderData() && render->GetRenderData()->m_boundFramebuffer != 0;
+    CVertexBuffer* vertices = intoTarget ? objects.m_VertexBufferUpsideDown : objects.m_VertexBuffer;
     static const float white[4] = {1, 1, 1, 1};
     const CMatrix identity = MatrixIdentity();
     effect->m_render = render;
@@ -175,7 +190,7 @@ void CRenderRectNode::Render(CRender* render)
         effect->SetWorld(0, identity.data());
         render->SetTransform(TS_World, identity.data());
         effect->CommitChanges(render);
-        render->SetVertexBuffer(objects.m_VertexBuffer);
+        render->SetVertexBuffer(vertices);
         render->SetIndexBuffer(objects.m_IndexBuffer);
         render->DrawIndexedPrimitive(PT_Triangles, 0, objects.m_triangles, 0);
         effect->EndPass(pass);

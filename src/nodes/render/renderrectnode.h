@@ -31,6 +31,9 @@ public:
     struct SDeviceObjects
     {
         CVertexBuffer* m_VertexBuffer = nullptr;
+        // The same grid mirrored in y for render targets, which are drawn
+        // flipped in y like everything else drawn into them.
+        CVertexBuffer* m_VertexBufferUpsideDown = nullptr;
         CIndexBuffer* m_IndexBuffer = nullptr;
         int m_triangles = 0;
     };
@@ -38,6 +41,7 @@ public:
 
 private:
     void ReleaseBuffers(SDeviceObjects& objects);
+    static bool FillVertices(CVertexBuffer* buffer, long W, long H, bool upsideDown);
 
     CPortRender* m_renderIn = nullptr;
     CPortInt* m_tesselateW = nullptr;

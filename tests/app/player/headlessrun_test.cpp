@@ -4,6 +4,10 @@
 
 #include "app/paths.h"
 #include "app/player/headlessrun.h"
+#include "app/player/scenesnapshotter.h"
+#include "renderogl/glcontext.h"
+#include "renderogl/renderogl.h"
+#include "scene/scenecontainer.h"
 #include "ports/port.h"
 #include "scene/nodefactory.h"
 #include "scene/scene.h"
@@ -16,6 +20,8 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <tuple>
+#include <SDL.h>
 
 namespace {
 
@@ -144,4 +150,45 @@ TEST_F(HeadlessRun, ScenesThatCannotPlayAndPicturesThatCannotBeWrittenEndWithThe
     const std::string scene = SaveGradientScene("gradient.lmc");
     WriteFile(m_home.File("taken"), "");
     EXPECT_EQ(RunHeadless(Options(scene, m_home.File("taken"))), 5);
+}
+
+TEST_F(HeadlessRun, SavedScenesCarryPicturesDrawnByTheRender)
+{
+    const std::string path = SaveGradientScene("gradient.lmc");
+    CScene scene;
+    ASSERT_TRUE(scene.Load(path, true));
+
+    SDL_InitSubSystem(SDL_INIT_VIDEO);
+    {
+        CGLContext context;
+        ASSERT_TRUE(context.CreateHeadless(64, 64));
+        CRenderOGL render;
+        ASSERT_TRUE(render.InitDevice());
+        render.m_virtualRect = render.m_currentRect = SRect{0, 0, 64, 64};
+        InstallSceneSnapshots(&render);
+        EXPECT_TRUE(scene.Save(m_home.File("pictured.lmc"), true));
+        InstallSceneSnapshots(nullptr);
+        EXPECT_EQ((std::pair{render.m_currentRect.Width(), render.m_virtualRect.Width()}), (std::pair{64, 64}))
+            << "the render's rectangles are put back";
+        scene.InvalidateDevice(&render);
+    }
+    SDL_QuitSubSystem(SDL_INIT_VIDEO);
+
+    CSceneContainer container;
+    ASSERT_TRUE(container.Open(m_home.File("pictured.lmc")));
+    for (const auto& [entry, width, height] :
+         {std::tuple{"scene.jpg", 640, 360}, std::tuple{"preview.jpg", 160, 90}}) {
+        QByteArray jpeg;
+        ASSERT_TRUE(container.Read(entry, jpeg)) << entry;
+        const std::string file = m_home.File(entry);
+        WriteFile(file, jpeg.toStdString());
+        // The border is the clear's dark red; the middle is the gradient,
+        // whose top is green.
+        const SPixel border = PixelAt(file, 2, 2);
+        EXPECT_NEAR(border.r, 102, 8) << entry;
+        EXPECT_LT(border.g + border.b, 16) << entry;
+        const SPixel upper = PixelAt(file, width / 2, height * 3 / 8);
+        const SPixel lower = PixelAt(file, width / 2, height * 5 / 8);
+        EXPECT_GT(upper.g, lower.g) << entry << ": the picture stands upright";
+    }
 }
