@@ -25,6 +25,9 @@ CMatrix MatrixMultiply(const CMatrix& a, const CMatrix& b);
 CMatrix MatrixTranspose(const CMatrix& m);
 // The inverse of m; a singular matrix gives the identity.
 CMatrix MatrixInverse(const CMatrix& m);
+// Nodes store angles in degrees; this is the factor their code has always used.
+inline constexpr float DegreesToRadians = 0.017453292f;
+
 // The rotation of scene nodes from three angles in radians: x (pitch),
 // y (yaw) and z (roll) combined as the nodes' cameras and objects expect.
 CMatrix MatrixRotation(float x, float y, float z);

@@ -9,15 +9,6 @@
 
 namespace {
 
-constexpr float DegreesToRadians = 0.017453292f;
-
-std::unique_ptr<CPortVector> VectorPort(const char* name, const char* desc, float value, float step)
-{
-    return std::make_unique<CPortVector>(name, desc, CPortVector::Xyz{value, value, value},
-                                         CPortVector::Xyz{step, step, step}, CPortVector::Xyz{-10000, -10000, -10000},
-                                         CPortVector::Xyz{10000, 10000, 10000});
-}
-
 std::unique_ptr<CNodeInfo> DeclareRenderObjectNode()
 {
     auto info = std::make_unique<CNodeInfo>(NG_RenderChain, "RenderObject",
@@ -27,9 +18,9 @@ std::unique_ptr<CNodeInfo> DeclareRenderObjectNode()
     info->AddInPort(std::make_unique<CPortObject>("Object", "The object to draw"));
     info->AddInPort(std::make_unique<CPortColor>("Col", "Colour the object is tinted with", CPortColor::Rgba{1, 1, 1, 1},
                                                  CPortColor::Rgba{0, 0, 0, 0}, CPortColor::Rgba{1, 1, 1, 1}));
-    info->AddInPort(VectorPort("Pos", "Position", 0.0f, 0.1f));
-    info->AddInPort(VectorPort("Rot", "Rotation in degrees", 0.0f, 0.1f));
-    info->AddInPort(VectorPort("Scale", "Size along each axis", 1.0f, 0.01f));
+    info->AddInPort(CPortVector::Make("Pos", "Position", {0, 0, 0}, 0.1f, 10000.0f));
+    info->AddInPort(CPortVector::Make("Rot", "Rotation in degrees", {0, 0, 0}, 0.1f, 10000.0f));
+    info->AddInPort(CPortVector::Make("Scale", "Size along each axis", {1, 1, 1}, 0.01f, 10000.0f));
     info->AddOutPort(std::make_unique<CPortRender>("Render", "This step of the render chain"));
     return info;
 }

@@ -13,8 +13,6 @@
 
 namespace {
 
-constexpr float DegreesToRadians = 0.017453292f;
-
 std::unique_ptr<CNodeInfo> DeclareScreenNode()
 {
     auto info = std::make_unique<CNodeInfo>(NG_RenderChain, "Screen", [] { return static_cast<CNode*>(new CScreenNode); });
@@ -23,14 +21,8 @@ std::unique_ptr<CNodeInfo> DeclareScreenNode()
     info->AddInPort(std::make_unique<CPortRect>("Viewport", "Part of the target drawn to, as fractions of it",
                                                 CPortRect::Ltrb{0, 0, 1, 1}, CPortRect::Ltrb{0.01f, 0.01f, 0.02f, 0.02f},
                                                 CPortRect::Ltrb{0, 0, 0, 0}, CPortRect::Ltrb{1, 1, 2, 2}));
-    info->AddInPort(std::make_unique<CPortVector>("CamPos", "Camera position", CPortVector::Xyz{0, 0, -2},
-                                                  CPortVector::Xyz{0.1f, 0.1f, 0.1f},
-                                                  CPortVector::Xyz{-10000, -10000, -10000},
-                                                  CPortVector::Xyz{10000, 10000, 10000}));
-    info->AddInPort(std::make_unique<CPortVector>("CamRot", "Camera rotation in degrees", CPortVector::Xyz{0, 0, 0},
-                                                  CPortVector::Xyz{0.1f, 0.1f, 0.1f},
-                                                  CPortVector::Xyz{-10000, -10000, -10000},
-                                                  CPortVector::Xyz{10000, 10000, 10000}));
+    info->AddInPort(CPortVector::Make("CamPos", "Camera position", {0, 0, -2}, 0.1f, 10000.0f));
+    info->AddInPort(CPortVector::Make("CamRot", "Camera rotation in degrees", {0, 0, 0}, 0.1f, 10000.0f));
     info->AddInPort(std::make_unique<CPortFloat>("CamFov", "Vertical field of view in degrees", 45.0f, 1.0f, 0.1f, 179.0f));
     info->AddInPort(std::make_unique<CPortFloat>("CamNear", "Near clipping distance", 0.1f, 1.0f, 0.01f, 100000.0f));
     info->AddInPort(std::make_unique<CPortFloat>("CamFar", "Far clipping distance", 1000.0f, 1.0f, 0.01f, 100000.0f));

@@ -73,3 +73,10 @@ void CPortVector::Update(float time)
     if (source && source->m_type == PT_Vector)
         m_value = static_cast<const CPortVector*>(source)->m_value;
 }
+
+std::unique_ptr<CPortVector> CPortVector::Make(std::string_view name, std::string_view desc, const Xyz& value,
+                                               float step, float limit)
+{
+    return std::make_unique<CPortVector>(name, desc, value, Xyz{step, step, step}, Xyz{-limit, -limit, -limit},
+                                         Xyz{limit, limit, limit});
+}
