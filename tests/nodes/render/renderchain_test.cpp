@@ -2,7 +2,14 @@
 // viewports and cameras, and the rectangle's grid, through a render that
 // notes its calls instead of drawing.
 
+#include "nodes/render/renderobjectnode.h"
 #include "nodes/render/renderrectnode.h"
+#include "ports/types/dataports.h"
+#include "render/fx.h"
+#include "scene/nodeinfo.h"
+#include "scene/pdeffect.h"
+#include "scene/pdobject.h"
+#include "scene/renderlist.h"
 #include "nodes/render/screennode.h"
 #include "ports/port.h"
 #include "render/render.h"
@@ -12,6 +19,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <cstdio>
 #include <string>
 #include <vector>
@@ -83,13 +91,88 @@ public:
     bool m_noBuffers = false;
 };
 
+Journal* g_journal = nullptr;
+
+// An effect that notes what the render list hands it.
+class CJournalEffectNode : public CNode, public CPDEffect
+{
+public:
+    bool Init() override { return (m_out = GetOutPort<CPortEffect>("Effect")) != nullptr; }
+    void Update(float, CSceneContext*) override { m_out->m_value = this; }
+    CFxPass* Begin() override
+    {
+        g_journal->push_back("begin");
+        return &m_pass;
+    }
+    void BeginPass(CFxPass*) override {}
+    CFxPass* NextPass(CFxPass*) override { return nullptr; }
+    void EndPass(CFxPass*) override {}
+    void End() override { g_journal->push_back("end"); }
+    void SetColor(const float* rgba) override { g_journal->push_back(Text("color %g %g %g %g", rgba[0], rgba[1], rgba[2], rgba[3])); }
+    void SetWorld(int, const float* m) override
+    {
+        // Rounded, so that sin(90 degrees) in float reads as the 0 it stands for.
+        const auto round = [](float v) { return std::round(double(v) * 1000.0) / 1000.0 + 0.0; };
+        g_journal->push_back(Text("x axis %g %g %g", round(m[0]), round(m[1]), round(m[2])));
+        g_journal->push_back(Text("position %g %g %g", m[12], m[13], m[14]));
+    }
+    void CommitChanges(CRender*) override {}
+
+    CPortEffect* m_out = nullptr;
+    CFxPass m_pass;
+};
+
+// A drawable leaf that may carry another object below it, so that one list
+// holds two objects.
+class CJournalObjectNode : public CNode, public CPDObject
+{
+public:
+    bool Init() override
+    {
+        m_effect = GetInPort<CPortEffect>("Effect");
+        m_next = GetInPort<CPortObject>("Object");
+        m_out = GetOutPort<CPortObject>("Object");
+        return m_effect && m_next && m_out;
+    }
+    void Update(float time, CSceneContext*) override
+    {
+        UpdateInPorts(time);
+        m_out->m_value = this;
+    }
+    void BuildRenderList(CRenderList* list, CRenderItemList* parents, CCamera* view) override
+    {
+        for (CRenderItem* parent : *parents)
+            parent->m_children.PushBack(list->NewItem(parent->m_world, view, this, m_effect->m_value, parent->m_color));
+        if (CNode* next = m_next->GetConnectedNode())
+            next->BuildRenderList(list, parents, view);
+    }
+    void Draw(CRender*) override { g_journal->push_back("draw " + m_name); }
+
+    CPortEffect* m_effect = nullptr;
+    CPortObject* m_next = nullptr;
+    CPortObject* m_out = nullptr;
+};
+
 class RenderChain : public ::testing::Test
 {
 protected:
-    RenderChain() : m_factory(CNodeFactory::Get()) { m_factory->Init(); }
+    RenderChain() : m_factory(CNodeFactory::Get())
+    {
+        m_factory->Init();
+        m_effectInfo = std::make_unique<CNodeInfo>(NG_Effects, "Shader", [] { return static_cast<CNode*>(new CJournalEffectNode); });
+        m_effectInfo->AddOutPort(std::make_unique<CPortEffect>("Effect", ""));
+        m_objectInfo = std::make_unique<CNodeInfo>(NG_Objects, "MeshObject", [] { return static_cast<CNode*>(new CJournalObjectNode); });
+        m_objectInfo->AddInPort(std::make_unique<CPortEffect>("Effect", ""));
+        m_objectInfo->AddInPort(std::make_unique<CPortObject>("Object", ""));
+        m_objectInfo->AddOutPort(std::make_unique<CPortObject>("Object", ""));
+        std::vector<CNodeInfo*> infos{m_effectInfo.get(), m_objectInfo.get()};
+        m_factory->AddInOrder(infos);
+        g_journal = &m_render.m_journal;
+    }
     ~RenderChain() override
     {
         m_scene.InvalidateDevice(&m_render);
+        g_journal = nullptr;
         m_factory->Release();
     }
 
@@ -116,6 +199,8 @@ protected:
     }
 
     CNodeFactory* m_factory;
+    std::unique_ptr<CNodeInfo> m_effectInfo;
+    std::unique_ptr<CNodeInfo> m_objectInfo;
     CJournalRender m_render;
     CScene m_scene;
 };
@@ -240,4 +325,40 @@ TEST_F(RenderChain, RectangleBuildsItsGridAndDrawsOnlyWithAnEffect)
     Frame();
     EXPECT_TRUE(log.Contains("FAILED : \"!(dObjs->m_VertexBuffer = render->CreateVertexBuffer(vertexCount, 0, "
                              "VBF_PNTBTC))\" in \"nodes/render/renderrectnode\"("));
+}
+
+TEST_F(RenderChain, ObjectStepPlacesItsObjectsAndObjectsSharingAnEffectDrawInOneBatch)
+{
+    Add("Screen");
+    Add("RenderObject");
+    Add("MeshObject");
+    Add("MeshObject");
+    Add("Shader");
+    ASSERT_TRUE(m_scene.Connect("RenderObject1.Render", "Screen1.Render"));
+    ASSERT_TRUE(m_scene.Connect("MeshObject1.Object", "RenderObject1.Object"));
+    ASSERT_TRUE(m_scene.Connect("MeshObject2.Object", "MeshObject1.Object"));
+    ASSERT_TRUE(m_scene.Connect("Shader1.Effect", "MeshObject1.Effect"));
+    ASSERT_TRUE(m_scene.Connect("Shader1.Effect", "MeshObject2.Effect"));
+    Set("RenderObject1.Pos", "1 2 3");
+    Set("RenderObject1.Scale", "2 2 2");
+    Set("RenderObject1.Rot", "0 0 90");
+    Set("RenderObject1.Col", "0.5 0.25 1 1");
+    Frame();
+    // Scaled by 2, then turned 90 degrees about z: the x axis points along y.
+    const Journal item = {"color 0.5 0.25 1 1", "x axis 0 2 0", "position 1 2 3"};
+    Journal expected = {"viewport 0 0 1 1", "camera 45", "begin", "camera 45"};
+    for (const char* name : {"MeshObject1", "MeshObject2"}) {
+        expected.insert(expected.end(), item.begin(), item.end());
+        expected.push_back(std::string("draw ") + name);
+    }
+    expected.insert(expected.end(), {"end", "camera 45", "camera 45"});
+    EXPECT_EQ(m_render.m_journal, expected);
+    auto* step = static_cast<CRenderObjectNode*>(m_scene.FindNode("RenderObject1"));
+    EXPECT_EQ(step->m_list.GetBatchCount(), 1);
+    EXPECT_EQ(step->m_list.GetBatchSize(0), 2);
+
+    // The next frame reuses the same items.
+    const int items = step->m_list.GetItemCount();
+    Frame();
+    EXPECT_EQ(step->m_list.GetItemCount(), items);
 }
