@@ -12,6 +12,9 @@ struct SRunInfo
     int32_t m_windowMode = 2;
     // The run's configuration; null until the host has one.
     const CCfg* m_config = nullptr;
+    // A director plays and has no background, foreground or postprocessing
+    // scenes at all: transitions then show example scenes in place of them.
+    bool m_directorWithoutLayers = false;
 };
 
 extern SRunInfo g_runInfo;
