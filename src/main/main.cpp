@@ -9,7 +9,9 @@
 #include "app/trace.h"
 #include "app/host/apptypewin.h"
 #include "app/player/headlessrun.h"
-#include "app/player/sceneplayer.h"
+#include "app/director/lumora.h"
+#include "app/director/lumoraapp.h"
+#include "app/host/clock.h"
 #include "platform/crashhandler.h"
 #include "render/render.h"
 #include "renderogl/renderogl.h"
@@ -31,7 +33,8 @@ constexpr const char* kUsage =
     "Usage: lumora [options]\n"
     "\n"
     "Options:\n"
-    "  -f <scene>          play this scene (.lmc or .lms)\n"
+    "  -f <file>           play this playlist (.lmp) or scene (.lmc or .lms)\n"
+    "                      (default: [apppath]playlists/Default.lmp)\n"
     "  --fullscreen        one full-screen window per monitor (the default)\n"
     "  --window            a plain window of 1280x720\n"
     "  --frames <n>        end by itself after n frames\n"
@@ -39,7 +42,7 @@ constexpr const char* kUsage =
     "  --help              show this text and exit\n"
     "\n"
     "Headless recording (no window; every frame becomes a PNG picture):\n"
-    "  --headless          record the scene of -f on simulated time\n"
+    "  --headless          record the scene or playlist of -f on simulated time\n"
     "  --out <dir>         where frame-00001.png and onwards go (required)\n"
     "  --size <WxH>        picture size (default 1280x720)\n"
     "  --fps <f>           frames per second of scene time (default 30)\n"
@@ -144,18 +147,7 @@ SOptions ParseCommandLine(int argc, char** argv)
     return options;
 }
 
-// The application until the director exists: every frame is black.
-class CEmptyApp : public CUserApp3d
-{
-public:
-    bool Draw(CRender* render) override
-    {
-        const float black[4] = {0, 0, 0, 1};
-        return render->Clear(black, 1.0f, CF_Color | CF_Depth);
-    }
-    bool Update(float) override { return true; }
-    std::string GetVersionText() const override { return LUMORA_VERSION; }
-};
+constexpr const char* kDefaultPlaylist = "[apppath]playlists/Default.lmp";
 
 extern "C" void RequestStop(int)
 {
@@ -164,19 +156,8 @@ extern "C" void RequestStop(int)
 
 int RunVisualizer(const SOptions& options)
 {
-    CEmptyApp emptyApp;
-    CScenePlayer player;
-    CUserApp3d* app = &emptyApp;
-    if (!options.startScene.empty()) {
-        std::string error;
-        if (!player.Load(options.startScene, error)) {
-            fprintf(stderr, "lumora: %s\n", error.c_str());
-            Error("%s", error.c_str());
-            return 1;
-        }
-        app = &player;
-    }
-    CAppTypeWin host(app);
+    CLumoraApp app(CClock::System());
+    CAppTypeWin host(&app);
     host.m_appType = 0;
     host.m_windowMode = options.windowMode;
     host.m_maxFrames = options.frames;
@@ -188,9 +169,18 @@ int RunVisualizer(const SOptions& options)
         Error("Unable to open the visualizer windows");
         return 4;
     }
-    player.m_render = host.m_render.get();
+    app.Start(*host.m_config, host.m_render.get(), host.m_windowMode, host.m_appType);
+    std::string path = options.startScene;
+    if (path.empty())
+        path = host.m_config->Playlist.empty() ? std::string(kDefaultPlaylist) : host.m_config->Playlist;
+    std::string error;
+    if (!app.Play(path, error)) {
+        fprintf(stderr, "lumora: %s\n", error.c_str());
+        Error("%s", error.c_str());
+        return 1;
+    }
+    app.Director()->m_requestClose = [&host] { host.ShutdownApp(); };
     host.RunApp();
-    player.m_render = nullptr;
     return 0;
 }
 

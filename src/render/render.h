@@ -52,6 +52,10 @@ public:
     virtual bool DrawIndexedPrimitive(int kind, int first, int primitives, int instances);
     virtual bool DrawFullScreenQuad();
 
+    // The part of the whole picture the current window shows: x, y, width,
+    // height as fractions. All of it where there are no windows.
+    virtual std::array<float, 4> GetCurrentSection() const { return {0, 0, 1, 1}; }
+
     CRenderData* GetRenderData() { return m_data.get(); }
     CRenderStateManager* GetStateManager() { return m_data ? m_data->GetStateManager() : nullptr; }
     const CMatrix& GetProjection() const { return m_projection; }

@@ -17,6 +17,9 @@ public:
     virtual bool InvalidateDevice() { return true; }
     virtual std::string GetName() const { return "Lumora"; }
     virtual void FrameFinished() {}
+    // The user asks for another scene.
+    virtual void NextScene() {}
+    virtual void PrevScene() {}
     virtual std::string GetVersionText() const { return {}; }
     virtual std::string GetStatusText() const { return {}; }
 };

@@ -320,6 +320,10 @@ EWindowEvent CRenderWin::PollEvent()
             return EWindowEvent::Escape;
         if ((event.key.keysym.sym == SDLK_PAUSE || event.key.keysym.sym == SDLK_SPACE) && !event.key.repeat)
             return EWindowEvent::Pause;
+        if (event.key.keysym.sym == SDLK_RIGHT || event.key.keysym.sym == SDLK_n)
+            return EWindowEvent::Next;
+        if (event.key.keysym.sym == SDLK_LEFT || event.key.keysym.sym == SDLK_p)
+            return EWindowEvent::Previous;
         return EWindowEvent::Other;
     default:
         return EWindowEvent::Other;
@@ -347,4 +351,12 @@ bool CRenderWin::IsRenderWindow(SDL_Window* window) const
         if (window && w.m_window == window)
             return !(w.m_monitor && w.m_monitor->m_leaveBlack);
     return false;
+}
+
+std::array<float, 4> CRenderWin::GetCurrentSection() const
+{
+    if (m_currentWindow < 0 || m_currentWindow >= static_cast<int>(m_windows.size()))
+        return CRender::GetCurrentSection();
+    const SSection& s = m_windows[size_t(m_currentWindow)].m_section;
+    return {float(s.x), float(s.y), float(s.width), float(s.height)};
 }

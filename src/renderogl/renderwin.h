@@ -41,6 +41,8 @@ enum class EWindowEvent
     Close,  // a window's close button, or the process asked to quit
     Escape, // the Escape key
     Pause,  // the Pause or Space key: the loop only clears while paused
+    Next,     // Right arrow or N: the next scene
+    Previous, // Left arrow or P: the previous scene
     Other,
 };
 
@@ -66,6 +68,7 @@ public:
     EWindowEvent PollEvent();
     // Window events of our own windows: a resize moves the rectangles.
     int HandleMessage(const SDL_Event& event);
+    std::array<float, 4> GetCurrentSection() const override;
     // True for a window that gets pictures: ours and not left black.
     bool IsRenderWindow(SDL_Window* window) const;
 

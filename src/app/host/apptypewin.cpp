@@ -124,6 +124,11 @@ void CAppTypeWin::RunApp()
             Log(m_paused ? "Paused" : "Resumed");
             continue;
         }
+        if (event == EWindowEvent::Next || event == EWindowEvent::Previous) {
+            if (m_userApp)
+                event == EWindowEvent::Next ? m_userApp->NextScene() : m_userApp->PrevScene();
+            continue;
+        }
         if (event != EWindowEvent::None)
             continue;
         if (m_paused) {

@@ -3,7 +3,9 @@
 #include "app/cfg.h"
 #include "app/host/apptypewin.h"
 #include "app/log.h"
-#include "app/player/sceneplayer.h"
+#include "app/director/lumoraapp.h"
+#include "app/host/clock.h"
+#include "app/paths.h"
 #include "app/random.h"
 #include "renderogl/renderogl.h"
 #include "services/picturesequencewriter.h"
@@ -12,6 +14,7 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 
 namespace {
 
@@ -109,13 +112,13 @@ int RunHeadless(const SHeadlessOptions& options)
     // caller chose a driver.
     setenv("SDL_VIDEODRIVER", "offscreen", 0);
 
-    CScenePlayer player;
-    std::string error;
-    if (!player.Load(options.m_scenePath, error))
-        return Fail(1, error);
+    std::error_code ignored;
+    if (!std::filesystem::is_regular_file(ExpandPath(options.m_scenePath), ignored))
+        return Fail(1, "the file \"" + options.m_scenePath + "\" does not exist");
 
     const int frames = HeadlessFrameCount(options);
-    CAppTypeWin host(&player);
+    CLumoraApp app(CClock::System());
+    CAppTypeWin host(&app);
     host.m_appType = 0;
     host.m_windowMode = WK_Record;
     host.m_recordStart = 0.0f;
@@ -130,14 +133,17 @@ int RunHeadless(const SHeadlessOptions& options)
     host.m_render->m_recordHeight = options.m_height;
     if (!host.CreateWindows())
         return Fail(4, "the drawing surface could not be made; the log tells why");
-    player.m_render = host.m_render.get();
 
-    // Seeded after the host, which may seed from the clock, so that the same
-    // command gives the same pictures.
+    // Seeded after the host, which may seed from the clock, and before the
+    // director picks anything, so that the same command gives the same pictures.
     if (options.m_seeded) {
         g_random.Seed(options.m_seed);
         std::srand(options.m_seed);
     }
+    app.Start(*host.m_config, host.m_render.get(), WK_Record, host.m_appType);
+    std::string error;
+    if (!app.Play(options.m_scenePath, error))
+        return Fail(1, error);
 
     CPictureSequenceWriter writer(host.m_render.get());
     CProgressLine progress(frames, options.m_showProgress);
@@ -145,7 +151,6 @@ int RunHeadless(const SHeadlessOptions& options)
     host.m_recorder = &writer;
     host.RunApp();
     progress.Finish(writer.FramesWritten());
-    player.m_render = nullptr;
 
     const double seconds = SecondsSince(start);
     if (writer.FramesWritten() < frames) {

@@ -4,8 +4,8 @@
 #include <string>
 #include <string_view>
 
-// A run without a window: a scene is played on simulated time and every
-// frame is written as a picture, as fast as the machine allows.
+// A run without a window: a scene or playlist is played on simulated time and
+// every frame is written as a picture, as fast as the machine allows.
 struct SHeadlessOptions
 {
     std::string m_scenePath;
@@ -28,6 +28,7 @@ bool ParseFrameSize(std::string_view text, int& width, int& height);
 
 // Runs the whole headless recording. Prints one summary line to stdout, or
 // the reason it failed to stderr. The result is the exit code of the
-// process: 0 done, 1 the scene file is missing or broken, 3 no OpenGL,
+// process: 0 done, 1 the scene or playlist is missing, broken or has nothing
+// that can play, 3 no OpenGL,
 // 4 no window, 5 the pictures could not be written.
 int RunHeadless(const SHeadlessOptions& options);

@@ -48,10 +48,26 @@ int Find(const std::vector<std::string>& messages, const std::string& text)
 
 } // namespace
 
+namespace {
+
+// A scene of one clear colour in the XML form that older files have.
+void WriteClearScene(const std::string& path, const char* rgba)
+{
+    WriteFile(path, std::string("<?xml version=\"1.0\"?>\n<LumoraScene Id=\"clear00001\" SceneType=\"256\">\n"
+                                "<Nodes><Node Type=\"Clear\" Name=\"Clear1\"><Port Id=\"Color\" Value=\"") +
+                        rgba +
+                        "\"/></Node><Node Type=\"Screen\" Name=\"Screen1\"/></Nodes>\n"
+                        "<Connections><Connection Out=\"Clear1.Render\" In=\"Screen1.Render\"/></Connections>\n"
+                        "</LumoraScene>\n");
+}
+
+} // namespace
+
 TEST(LumoraRun, WindowRunEndsAfterItsFramesWithStartAndStopInOrder)
 {
     CTempDir home;
-    ASSERT_EQ(RunLumora(home, "--window --frames 5"), 0);
+    WriteClearScene(home.File("black.lms"), "0 0 0 1");
+    ASSERT_EQ(RunLumora(home, "--window --frames 5 -f '" + home.File("black.lms") + "'"), 0);
     const std::vector<std::string> messages = LogMessages(home);
     const char* order[] = {"Desktop primary:", "Creating window", "Window(s) created. Current 0,0,1280,720.",
                            "OGLInfo :", "Virtual screen size 0,0 1280x720", "** Entering main message loop **",
@@ -68,19 +84,21 @@ TEST(LumoraRun, WindowRunEndsAfterItsFramesWithStartAndStopInOrder)
 TEST(LumoraRun, FullScreenOpensOneWindowPerMonitorAndBadOptionsGiveUsage)
 {
     CTempDir home;
-    ASSERT_EQ(RunLumora(home, "--fullscreen --frames 2"), 0);
+    WriteClearScene(home.File("black.lms"), "0 0 0 1");
+    const std::string scene = " -f '" + home.File("black.lms") + "'";
+    ASSERT_EQ(RunLumora(home, "--fullscreen --frames 2" + scene), 0);
     const std::vector<std::string> messages = LogMessages(home);
     EXPECT_GE(Find(messages, "Creating full screen window. MonitorNr:1"), 0);
     EXPECT_GE(Find(messages, "Monitor: \"DISPLAY1\""), 0);
 
     // A run without an end of its own closes cleanly on SIGTERM.
     CTempDir signalled;
-    EXPECT_EQ(RunLumora(signalled, "--window", "0.5"), 0);
+    EXPECT_EQ(RunLumora(signalled, "--window" + scene, "0.5"), 0);
     EXPECT_GE(Find(LogMessages(signalled), "Received WM_CLOSE"), 0);
 
     // Too old an OpenGL is a clear line in the log and an exit code.
     CTempDir oldGL;
-    EXPECT_EQ(RunLumora(oldGL, "--window --frames 2", nullptr, "MESA_GL_VERSION_OVERRIDE=1.4"), 4);
+    EXPECT_EQ(RunLumora(oldGL, "--window --frames 2" + scene, nullptr, "MESA_GL_VERSION_OVERRIDE=1.4"), 4);
     EXPECT_GE(Find(LogMessages(oldGL), "!ERROR! : This program needs a graphics card with drivers that supports at least OpenGL 2.0"), 0);
 
     CTempDir other;
@@ -89,20 +107,6 @@ TEST(LumoraRun, FullScreenOpensOneWindowPerMonitorAndBadOptionsGiveUsage)
     EXPECT_EQ(RunLumora(other, "--bogus"), 2);
 }
 
-namespace {
-
-// A scene of one clear colour in the XML form that older files have.
-void WriteClearScene(const std::string& path, const char* rgba)
-{
-    WriteFile(path, std::string("<?xml version=\"1.0\"?>\n<LumoraScene Id=\"clear00001\" SceneType=\"256\">\n"
-                                "<Nodes><Node Type=\"Clear\" Name=\"Clear1\"><Port Id=\"Color\" Value=\"") +
-                        rgba +
-                        "\"/></Node><Node Type=\"Screen\" Name=\"Screen1\"/></Nodes>\n"
-                        "<Connections><Connection Out=\"Clear1.Render\" In=\"Screen1.Render\"/></Connections>\n"
-                        "</LumoraScene>\n");
-}
-
-} // namespace
 
 TEST(LumoraRun, HeadlessRunWritesEveryFrameAndSaysWhatItDid)
 {
@@ -133,6 +137,11 @@ TEST(LumoraRun, HeadlessRunWritesEveryFrameAndSaysWhatItDid)
 TEST(LumoraRun, HeadlessRunRefusesMissingScenesAndIncompleteOptions)
 {
     CTempDir home;
+    // Without -f the default playlist plays; where it is missing, it is named.
+    EXPECT_EQ(RunLumora(home, "--window --frames 2", nullptr, "LUMORA_APPPATH='" + home.Path() + "'"), 1);
+    EXPECT_NE(ReadFile(home.File("stderr.txt")).find("playlists/Default.lmp\" does not exist"), std::string::npos)
+        << ReadFile(home.File("stderr.txt"));
+
     EXPECT_EQ(RunLumora(home, "--headless -f '" + home.File("nothere.lmc") + "' --out '" + home.File("f") + "'"), 1);
     EXPECT_NE(ReadFile(home.File("stderr.txt")).find("does not exist"), std::string::npos);
     EXPECT_FALSE(FileExists(home.File("f")));

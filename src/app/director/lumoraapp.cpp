@@ -1,0 +1,149 @@
+#include "app/director/lumoraapp.h"
+
+#include "app/director/lumora.h"
+#include "app/director/playlist.h"
+#include "app/log.h"
+#include "app/paths.h"
+#include "render/render.h"
+#include "scene/scene.h"
+
+#include <filesystem>
+
+CLumoraApp::CLumoraApp(CClock& clock) : m_clock(clock)
+{
+}
+
+CLumoraApp::~CLumoraApp()
+{
+    // The host has given the device objects back when it closed its windows.
+    if (m_director)
+        m_director->m_render = nullptr;
+}
+
+void CLumoraApp::Start(const CCfg& config, CRender* render, int windowMode, int appType)
+{
+    m_render = render;
+    m_director = std::make_unique<CLumora>(config, m_clock);
+    m_director->m_render = render;
+    m_director->m_windowMode = windowMode;
+    m_director->m_appType = appType;
+    m_director->Init();
+}
+
+bool CLumoraApp::Play(const std::string& path, std::string& error)
+{
+    const bool playlist = path.size() > 4 && path.compare(path.size() - 4, 4, ".lmp") == 0;
+    return playlist ? PlayPlaylist(path, error) : PlayScene(path, error);
+}
+
+bool CLumoraApp::PlayScene(const std::string& path, std::string& error)
+{
+    const std::string expanded = ExpandPath(path);
+    std::error_code ignored;
+    if (path.empty() || !std::filesystem::is_regular_file(expanded, ignored)) {
+        error = "the scene file \"" + expanded + "\" does not exist";
+        return false;
+    }
+    auto scene = std::make_unique<CScene>();
+    if (!scene->Load(expanded, true)) {
+        error = "the scene file \"" + expanded + "\" cannot be opened; it is not a scene container";
+        return false;
+    }
+    if (scene->m_readFailed) {
+        error = "the scene file \"" + expanded + "\" is broken; the log tells where";
+        return false;
+    }
+    if (!scene->m_root) {
+        error = "the scene file \"" + expanded + "\" has no Screen node, so it draws nothing";
+        return false;
+    }
+    if (!m_director->PlayOnly(std::move(scene))) {
+        error = "the scene \"" + expanded + "\" cannot be drawn on this device; the log tells why";
+        return false;
+    }
+    Log("Playing scene \"%s\"", expanded.c_str());
+    return true;
+}
+
+bool CLumoraApp::PlayPlaylist(const std::string& path, std::string& error)
+{
+    const std::string expanded = ExpandPath(path);
+    std::error_code ignored;
+    if (!std::filesystem::is_regular_file(expanded, ignored)) {
+        error = "the playlist \"" + expanded + "\" does not exist";
+        return false;
+    }
+    CPlaylist playlist;
+    if (!playlist.Load(expanded)) {
+        error = "the playlist \"" + expanded + "\" cannot be read; the log tells why";
+        return false;
+    }
+    if (!m_director->DeserializeProject(playlist)) {
+        error = "the playlist \"" + expanded + "\" holds a broken layered entry; the log tells which";
+        return false;
+    }
+    if (!m_director->GetActiveScene()) {
+        error = "nothing in the playlist \"" + expanded + "\" could be played; the log tells why";
+        return false;
+    }
+    return true;
+}
+
+bool CLumoraApp::Update(float deltaTime)
+{
+    if (m_director)
+        m_director->Update(deltaTime);
+    return true;
+}
+
+bool CLumoraApp::Draw(CRender* render)
+{
+    if (m_director) {
+        m_director->Draw(render);
+    } else {
+        const float black[4] = {0, 0, 0, 1};
+        render->Clear(black, 1.0f, CF_Color | CF_Depth);
+    }
+    return true;
+}
+
+void CLumoraApp::FrameFinished()
+{
+    if (m_director)
+        m_director->FrameFinished();
+}
+
+bool CLumoraApp::RestoreDevice()
+{
+    return !m_director || m_director->RestoreDevice(m_render);
+}
+
+bool CLumoraApp::InvalidateDevice()
+{
+    if (m_director)
+        m_director->InvalidateDevice(m_render);
+    return true;
+}
+
+void CLumoraApp::NextScene()
+{
+    if (m_director)
+        m_director->NextScene();
+}
+
+void CLumoraApp::PrevScene()
+{
+    if (m_director)
+        m_director->PrevScene();
+}
+
+std::string CLumoraApp::GetVersionText() const
+{
+    return LUMORA_VERSION;
+}
+
+std::string CLumoraApp::GetStatusText() const
+{
+    const CSceneBase* active = m_director ? m_director->GetActiveScene() : nullptr;
+    return active ? active->GetName() : std::string();
+}
