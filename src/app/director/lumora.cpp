@@ -419,6 +419,8 @@ void CLumora::Update(float deltaTime)
             ApplyRenderTargetSize(m_render);
         m_active->Update(deltaTime, m_render);
         m_render->m_virtualRect = kept;
+    } else if (m_active) {
+        m_active->Update(deltaTime, nullptr);
     }
 }
 

@@ -5,7 +5,9 @@
 #include "app/textnumber.h"
 #include "app/trace.h"
 
+#include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QSaveFile>
 #include <QString>
 #include <QXmlStreamReader>
@@ -137,9 +139,28 @@ bool CPlaylist::Load(std::string_view path)
         return false;
     }
 
+    Entries* lists[] = {&m_transitions, &m_scenes, &m_backgrounds, &m_foregrounds, &m_postprocessings};
+    size_t before[5];
+    for (size_t i = 0; i < 5; ++i)
+        before[i] = lists[i]->size();
+
     QXmlStreamReader reader(&file);
     reader.setNamespaceProcessing(false);
-    if (!Deserialize(reader)) {
+    const bool read = Deserialize(reader);
+    // A relative path names a file beside the playlist, wherever it is run from.
+    const QDir base = QFileInfo(name).absoluteDir();
+    for (size_t i = 0; i < 5; ++i) {
+        for (size_t e = before[i]; e < lists[i]->size(); ++e) {
+            CScene& entry = *(*lists[i])[e];
+            QStringList parts = ToQt(entry.m_fileName).split(u';');
+            for (QString& part : parts) {
+                if (!part.isEmpty() && QDir::isRelativePath(part))
+                    part = QDir::cleanPath(base.absoluteFilePath(part));
+            }
+            entry.m_fileName = parts.join(u';').toStdString();
+        }
+    }
+    if (!read) {
         LogText(QStringLiteral("Failed to read playlist file \"%1\" at %2, %3")
                     .arg(reader.errorString(), QString::number(reader.lineNumber()),
                          QString::number(reader.columnNumber())));

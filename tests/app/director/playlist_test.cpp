@@ -148,7 +148,16 @@ TEST_F(Playlist, ReadingRules)
         CLogCapture log;
         CPlaylist loaded;
         ASSERT_TRUE(loaded.Load(path));
-        EXPECT_EQ(Summary(loaded), ExpandPath(c.expected));
+        // Relative files are read as files beside the playlist.
+        std::string expected = ExpandPath(c.expected);
+        for (const char* name : {"a", "b", "c", "d", "z", "f", "a;;"}) {
+            for (const std::string form : {std::string("[") + name + "|", std::string(",") + name + "|"}) {
+                const size_t at = expected.find(form);
+                if (at != std::string::npos)
+                    expected.insert(at + 1, m_dir.Path() + "/");
+            }
+        }
+        EXPECT_EQ(Summary(loaded), expected);
         if (c.logged)
             EXPECT_TRUE(log.Contains(c.logged)) << testing::PrintToString(log.Messages());
         else
@@ -236,4 +245,21 @@ TEST_F(Playlist, FailedSaveLeavesThePreviousFileAsItWas)
     EXPECT_EQ(ReadFile(path), old);
     EXPECT_EQ(std::ranges::distance(std::filesystem::directory_iterator(m_dir.Path())), 2) << "no temporary left";
     EXPECT_EQ(log.Messages(), std::vector<std::string>{"Failed to write playlist file \"" + path + "\""});
+}
+
+TEST_F(Playlist, RelativePathsNameFilesBesideThePlaylist)
+{
+    std::filesystem::create_directories(m_dir.File("lists"));
+    WriteFile(m_dir.File("lists/relative.lmp"),
+              "<?xml version=\"1.0\"?><Lumora><Scenes>"
+              "<Scene File=\"../scenes/a.lmc\"/><Scene File=\"b.lms;;../post/c.lmc\"/>"
+              "<Scene File=\"[apppath]scenes/d.lmc\"/><Scene File=\"/abs/e.lmc\"/>"
+              "</Scenes></Lumora>");
+    CPlaylist playlist;
+    ASSERT_TRUE(playlist.Load(m_dir.File("lists/relative.lmp")));
+    ASSERT_EQ(playlist.m_scenes.size(), 4u);
+    EXPECT_EQ(playlist.m_scenes[0]->m_fileName, m_dir.File("scenes/a.lmc"));
+    EXPECT_EQ(playlist.m_scenes[1]->m_fileName, m_dir.File("lists/b.lms") + ";;" + m_dir.File("post/c.lmc"));
+    EXPECT_EQ(playlist.m_scenes[2]->m_fileName, m_dir.File("app") + "/scenes/d.lmc");
+    EXPECT_EQ(playlist.m_scenes[3]->m_fileName, "/abs/e.lmc");
 }

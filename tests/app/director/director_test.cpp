@@ -1,0 +1,259 @@
+// The director's choices, on a fake clock and a seeded generator, with scenes
+// of one clear colour each: which scene plays, for how long, and through
+// which transition.
+
+#include "app/cfg.h"
+#include "app/director/lumora.h"
+#include "app/director/playlist.h"
+#include "app/host/clock.h"
+#include "app/random.h"
+#include "app/runinfo.h"
+#include "scene/scene.h"
+#include "scene/scenelayered.h"
+#include "scene/scenetransition.h"
+#include "support/logcapture.h"
+#include "support/tempdir.h"
+
+#include <gtest/gtest.h>
+
+#include <set>
+#include <string>
+#include <vector>
+
+namespace {
+
+class CFakeClock : public CClock
+{
+public:
+    int64_t Counter() override { return m_microseconds; }
+    int64_t Frequency() override { return 1000000; }
+    uint32_t Milliseconds() override { return uint32_t(m_microseconds / 1000); }
+    void Sleep(int) override {}
+    void Advance(double seconds) { m_microseconds += int64_t(seconds * 1e6); }
+
+    int64_t m_microseconds = 1000000;
+};
+
+class Director : public ::testing::Test
+{
+protected:
+    Director()
+    {
+        g_random.Seed(11);
+        m_config.MinRunTime = 7;
+        m_config.MaxRunTime = 7;
+    }
+    ~Director() override { g_runInfo = SRunInfo{}; }
+
+    // A scene file of one clear colour; `type` 8 makes it a transition.
+    std::string WriteScene(const std::string& name, int type = 0, const char* extra = "")
+    {
+        const std::string path = m_dir.File(name + ".lms");
+        WriteFile(path, "<?xml version=\"1.0\"?>\n<LumoraScene Id=\"" + name + "\" SceneType=\"" +
+                            std::to_string(type) + "\">\n<Nodes><Node Type=\"Clear\" Name=\"Clear1\"/>" + extra +
+                            "<Node Type=\"Screen\" Name=\"Screen1\"/></Nodes>\n"
+                            "<Connections><Connection Out=\"Clear1.Render\" In=\"Screen1.Render\"/></Connections>\n"
+                            "</LumoraScene>\n");
+        return path;
+    }
+
+    // Plays `count` scenes named s0.. through `transitions` transitions.
+    std::unique_ptr<CLumora> Play(int count, int transitions = 0, int windowMode = 2)
+    {
+        CPlaylist playlist;
+        for (int i = 0; i < count; ++i)
+            playlist.Add(playlist.m_scenes, WriteScene("s" + std::to_string(i)));
+        for (int i = 0; i < transitions; ++i)
+            playlist.Add(playlist.m_transitions, WriteScene("t" + std::to_string(i), 8), {}, 2.0f);
+        auto director = std::make_unique<CLumora>(m_config, m_clock);
+        director->m_windowMode = windowMode;
+        director->Init();
+        EXPECT_TRUE(director->DeserializeProject(playlist));
+        return director;
+    }
+
+    static std::string Active(const CLumora& director)
+    {
+        const CSceneBase* active = director.GetActiveScene();
+        if (!active)
+            return "none";
+        if (active->m_kind == CSceneBase::Kind_Transition)
+            return "transition to " + static_cast<const CSceneTransition*>(active)->m_to->GetId();
+        return active->GetId();
+    }
+
+    // Runs steps of 1/30 s on the clock for `seconds`.
+    void Run(CLumora& director, double seconds)
+    {
+        for (int i = 0; i < int(seconds * 30 + 0.5); ++i) {
+            m_clock.Advance(1.0 / 30.0);
+            director.Update(1.0f / 30.0f);
+        }
+    }
+
+    CTempDir m_dir;
+    CFakeClock m_clock;
+    CCfg m_config;
+    CLogCapture m_log;
+};
+
+} // namespace
+
+TEST_F(Director, RandomPlayRepeatsNoSceneWithinACycle)
+{
+    auto director = Play(5);
+    std::vector<std::string> played{Active(*director)};
+    for (int i = 0; i < 14; ++i) {
+        director->NextScene();
+        played.push_back(Active(*director));
+    }
+    for (size_t cycle = 0; cycle < 3; ++cycle) {
+        const std::set<std::string> seen(played.begin() + std::ptrdiff_t(cycle * 5),
+                                          played.begin() + std::ptrdiff_t(cycle * 5 + 5));
+        EXPECT_EQ(seen.size(), 5u) << "cycle " << cycle;
+    }
+    EXPECT_TRUE(m_log.Contains("*** Picked standalone scene"));
+}
+
+TEST_F(Director, RunTimesComeFromTheSettingsOrThePlaylist)
+{
+    auto director = Play(3, 0, 3);
+    const std::string first = Active(*director);
+    EXPECT_FLOAT_EQ(director->GetScheduled(), 7.0f);
+    Run(*director, 6.9);
+    EXPECT_EQ(Active(*director), first);
+    Run(*director, 0.2);
+    EXPECT_NE(Active(*director), first) << "the run time is over";
+
+    // A run time in the playlist beats the configured range.
+    CPlaylist playlist;
+    playlist.Add(playlist.m_scenes, WriteScene("short"), {}, 3.0f);
+    playlist.Add(playlist.m_scenes, WriteScene("long"), {}, 0.0f);
+    CLumora fromPlaylist(m_config, m_clock);
+    fromPlaylist.m_windowMode = 3;
+    fromPlaylist.m_randomizeScene = false;
+    fromPlaylist.Init();
+    ASSERT_TRUE(fromPlaylist.DeserializeProject(playlist));
+    fromPlaylist.ActivateScene(0);
+    EXPECT_EQ(Active(fromPlaylist), "short");
+    EXPECT_FLOAT_EQ(fromPlaylist.GetScheduled(), 3.0f);
+
+    // With automatic switching off nothing changes by itself.
+    fromPlaylist.SetAutoGoto(false, false);
+    const std::string before = Active(fromPlaylist);
+    Run(fromPlaylist, 20);
+    EXPECT_EQ(Active(fromPlaylist), before);
+}
+
+TEST_F(Director, TransitionsStartAtTheEndOfARunAndHandOverAfterTheirLength)
+{
+    auto director = Play(2, 1, 2);
+    director->m_randomizeScene = false;
+    const std::string first = Active(*director);
+    Run(*director, 7.1);
+    const CSceneBase* active = director->GetActiveScene();
+    ASSERT_NE(active, nullptr);
+    ASSERT_EQ(active->m_kind, CSceneBase::Kind_Transition) << Active(*director);
+    const auto* transition = static_cast<const CSceneTransition*>(active);
+    EXPECT_EQ(transition->m_from->GetId(), first);
+    EXPECT_FLOAT_EQ(director->GetScheduled(), 1.0f);
+    EXPECT_FLOAT_EQ(transition->m_nextRunTime, 7.0f);
+    EXPECT_TRUE(m_log.Contains("Transition '"));
+
+    // The transition's own run time of 2 s is its length.
+    Run(*director, 1.8);
+    EXPECT_EQ(director->GetActiveScene(), active);
+    Run(*director, 0.4);
+    EXPECT_NE(director->GetActiveScene(), active);
+    EXPECT_NE(Active(*director), first);
+    EXPECT_FLOAT_EQ(director->GetScheduled(), 7.0f);
+    EXPECT_TRUE(m_log.Contains("Transition done"));
+
+    // One scene only: its time restarts and no transition begins.
+    auto single = Play(1, 1, 2);
+    const CSceneBase* only = single->GetActiveScene();
+    Run(*single, 7.5);
+    EXPECT_EQ(single->GetActiveScene(), only);
+}
+
+TEST_F(Director, SlowScenesAreLeftEarlyExceptInAPlainWindow)
+{
+    struct SCase
+    {
+        int windowMode;
+        int framesInFiveSeconds;
+        bool leaves;
+    };
+    for (const SCase& c : {SCase{2, 24, true}, SCase{2, 25, false}, SCase{3, 10, false}}) {
+        m_config.MinRunTime = m_config.MaxRunTime = 30;
+        auto director = Play(3, 0, c.windowMode);
+        const CSceneBase* first = director->GetActiveScene();
+        for (int i = 0; i < c.framesInFiveSeconds; ++i) {
+            // The last of them just after the fifth second.
+            m_clock.Advance(5.01 / c.framesInFiveSeconds);
+            director->Update(0.2f);
+        }
+        // Slow from here on: once 25 frames were counted, no more judging.
+        m_clock.Advance(0.5);
+        director->Update(0.5f);
+        EXPECT_EQ(director->GetActiveScene() != first, c.leaves)
+            << "mode " << c.windowMode << ", " << c.framesInFiveSeconds << " frames";
+    }
+    EXPECT_TRUE(m_log.Contains("Scene too slow. Switching to new scene."));
+}
+
+TEST_F(Director, RecordingGoesInPlaylistOrderOnSimulatedTime)
+{
+    auto director = Play(3, 2, 5);
+    std::vector<std::string> order{Active(*director)};
+    std::vector<std::string> transitions;
+    for (int i = 0; i < 4; ++i) {
+        // The clock stands still: a recording counts the steps' own time.
+        for (int step = 0; step < 30 * 10; ++step) {
+            director->Update(1.0f / 30.0f);
+            const CSceneBase* active = director->GetActiveScene();
+            if (active->m_kind == CSceneBase::Kind_Transition &&
+                (transitions.empty() || transitions.back() != active->GetFileName()))
+                transitions.push_back(active->GetFileName());
+            if (active->m_kind == CSceneBase::Kind_Scene && Active(*director) != order.back())
+                order.push_back(Active(*director));
+        }
+    }
+    ASSERT_GE(order.size(), 4u);
+    EXPECT_EQ((std::vector<std::string>(order.begin(), order.begin() + 4)),
+              (std::vector<std::string>{"s0", "s1", "s2", "s0"}));
+    ASSERT_GE(transitions.size(), 3u);
+    EXPECT_NE(transitions[0], transitions[1]) << "transitions take turns";
+    EXPECT_EQ(transitions[0], transitions[2]);
+}
+
+TEST_F(Director, PlaylistEntriesThatDoNotLoadAreLeftOutAndForegroundsLoseTheirClear)
+{
+    CPlaylist playlist;
+    playlist.Add(playlist.m_scenes, WriteScene("good"));
+    playlist.Add(playlist.m_scenes, m_dir.File("missing.lmc"));
+    playlist.Add(playlist.m_transitions, m_dir.File("gone.lms"));
+    playlist.Add(playlist.m_scenes, WriteScene("back") + ";" + WriteScene("front") + ";");
+    CLumora director(m_config, m_clock);
+    director.Init();
+    ASSERT_TRUE(director.DeserializeProject(playlist));
+    EXPECT_EQ(director.PlayableCount(), 2u);
+    EXPECT_EQ(director.TransitionCount(), 0u);
+    EXPECT_TRUE(m_log.Contains("missing.lmc' could not be loaded and is left out of the playlist"));
+    EXPECT_NE(director.GetActiveScene(), nullptr);
+
+    const auto* layered = dynamic_cast<const CSceneLayered*>(director.FindSceneByFile(
+        m_dir.File("back.lms") + ";" + m_dir.File("front.lms") + ";"));
+    ASSERT_NE(layered, nullptr);
+    ASSERT_NE(layered->m_foreground, nullptr);
+    EXPECT_EQ(layered->m_foreground->FindNode("Clear1"), nullptr) << "a foreground never wipes the background";
+    EXPECT_NE(layered->m_background->FindNode("Clear1"), nullptr);
+
+    // A layered entry of fewer than three parts breaks the playlist.
+    CPlaylist broken;
+    broken.Add(broken.m_scenes, WriteScene("a") + ";" + WriteScene("b"));
+    CLumora refused(m_config, m_clock);
+    refused.Init();
+    EXPECT_FALSE(refused.DeserializeProject(broken));
+    EXPECT_TRUE(m_log.Contains("Invalid layered scene file"));
+}
