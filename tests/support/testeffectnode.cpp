@@ -6,6 +6,7 @@
 #include "render/fxmanager.h"
 #include "render/render.h"
 #include "scene/nodefactory.h"
+#include "scene/pdtexture.h"
 
 #include <array>
 
@@ -14,8 +15,9 @@ CTestEffectNode::~CTestEffectNode() = default;
 bool CTestEffectNode::Init()
 {
     m_shader = GetInPort<CPortString>("Shader");
+    m_texture = GetInPort<CPortTexture>("Texture");
     m_effect = GetOutPort<CPortEffect>("Effect");
-    return m_shader && m_effect;
+    return m_shader && m_texture && m_effect;
 }
 
 void CTestEffectNode::Update(float time, CSceneContext*)
@@ -54,6 +56,11 @@ CFxPass* CTestEffectNode::Begin()
     }
     if (CFxParam time = m_fx->GetParam("time"))
         time.SetFloat(m_time);
+    CFxParam tex = m_fx->GetParam("tex");
+    if (tex && m_texture->m_value && m_render) {
+        m_fx->SetTexture(tex, m_texture->m_value->GetTexture(m_render));
+        m_textureSet = true;
+    }
     return m_technique->FirstPass();
 }
 
@@ -74,6 +81,10 @@ void CTestEffectNode::EndPass(CFxPass* pass)
 
 void CTestEffectNode::End()
 {
+    // Holding the texture would keep its target out of the pool.
+    if (m_textureSet && m_fx)
+        m_fx->SetTexture(m_fx->GetParam("tex"), nullptr);
+    m_textureSet = false;
 }
 
 void CTestEffectNode::SetColor(const float* rgba)
@@ -98,6 +109,7 @@ CTestEffectNode::CType::CType() : m_factory(CNodeFactory::Get())
     m_info = std::make_unique<CNodeInfo>(NG_Effects, "Shader", [] { return static_cast<CNode*>(new CTestEffectNode); });
     m_info->m_desc = "Effect text for tests";
     m_info->AddInPort(std::make_unique<CPortString>("Shader", "Effect text", ""));
+    m_info->AddInPort(std::make_unique<CPortTexture>("Texture", "Texture of the sampler \"tex\""));
     m_info->AddOutPort(std::make_unique<CPortEffect>("Effect", "The compiled effect"));
     std::array<CNodeInfo*, 1> infos{m_info.get()};
     m_factory->AddInOrder(infos);
@@ -140,6 +152,15 @@ std::string SolidColorEffect(const char* rgba)
 {
     return std::string(kVertexProgram) + "float4 mainPS(VOut i) : COLOR { return float4(" + rgba + ") * color; }\n" +
            kTechnique;
+}
+
+std::string TextureEffect(const char* pixel)
+{
+    return std::string(kVertexProgram) +
+           "sampler2D tex = sampler_state { MinFilter = Linear; MagFilter = Linear; WrapS = ClampToEdge; "
+           "WrapT = ClampToEdge; };\n"
+           "float4 mainPS(VOut i) : COLOR { return " +
+           pixel + "; }\n" + kTechnique;
 }
 
 std::string GradientEffect()

@@ -11,11 +11,13 @@ class CFx;
 class CFxTechnique;
 class CPortEffect;
 class CPortString;
+class CPortTexture;
 
 // An effect node for tests, until scenes carry their own effects: its
 // "Shader" port holds a whole effect text, which it compiles on the device
 // and publishes through "Effect". The effect may use the parameters
-// "color" (the item's colour) and "time" (scene time).
+// "color" (the item's colour) and "time" (scene time), and the sampler
+// "tex", which gets the texture of the "Texture" input while it draws.
 class CTestEffectNode : public CNode, public CPDEffect
 {
 public:
@@ -52,11 +54,13 @@ public:
 
 private:
     CPortString* m_shader = nullptr;
+    CPortTexture* m_texture = nullptr;
     CPortEffect* m_effect = nullptr;
     std::unique_ptr<CFx> m_fx;
     std::unique_ptr<CFxTechnique> m_technique;
     float m_time = 0.0f;
     float m_color[4] = {1, 1, 1, 1};
+    bool m_textureSet = false;
 };
 
 // An effect that paints `rgba` ("r, g, b, a" in the text) over what it draws.
@@ -64,3 +68,6 @@ std::string SolidColorEffect(const char* rgba);
 // An effect whose picture depends on position and time: red grows to the
 // right, green upwards, and blue pulses with time.
 std::string GradientEffect();
+// An effect whose colour is `pixel`, an expression that may sample the
+// sampler "tex" at the texture coordinate i.uv.
+std::string TextureEffect(const char* pixel);

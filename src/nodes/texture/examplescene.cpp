@@ -1,0 +1,28 @@
+#include "nodes/texture/examplescene.h"
+
+#include "app/log.h"
+#include "scene/scene.h"
+
+namespace {
+
+bool g_loadingExample = false;
+
+} // namespace
+
+std::unique_ptr<CScene> LoadExampleScene(std::string_view path)
+{
+    if (g_loadingExample)
+        return nullptr;
+    g_loadingExample = true;
+    auto scene = std::make_unique<CScene>();
+    const bool loaded = scene->Load(path, true);
+    g_loadingExample = false;
+    if (!loaded)
+        return nullptr;
+    if (!scene->m_root) {
+        Error("Example scene \"%s\" has no Screen node; it is not shown", std::string(path).c_str());
+        return nullptr;
+    }
+    scene->Prepare();
+    return scene;
+}

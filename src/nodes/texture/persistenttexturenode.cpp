@@ -1,0 +1,74 @@
+#include "nodes/texture/persistenttexturenode.h"
+
+#include "nodes/texture/publishtexture.h"
+#include "ports/types/dataports.h"
+#include "scene/nodedeclaration.h"
+#include "scene/nodeinfo.h"
+#include "scene/scenecontext.h"
+
+namespace {
+
+std::unique_ptr<CNodeInfo> DeclarePersistentTextureNode()
+{
+    auto info = std::make_unique<CNodeInfo>(NG_Textures, "PersistentTexture",
+                                            [] { return static_cast<CNode*>(new CPersistentTextureNode); });
+    info->m_desc = "Stores the sent in texture and allow the texture stored during the previous update to be used";
+    info->AddInPort(std::make_unique<CPortTexture>("Texture", "The texture to keep until the next frame"));
+    info->AddOutPort(std::make_unique<CPortTexture>("Texture", "The texture we got as input the previous frame"));
+    return info;
+}
+
+const bool s_declared = DeclareNodeType(DeclarePersistentTextureNode());
+
+} // namespace
+
+std::shared_ptr<CTexture> CPTTexture::GetTexture(CRender*)
+{
+    return m_texture;
+}
+
+bool CPersistentTextureNode::Init()
+{
+    m_in = GetInPort<CPortTexture>("Texture");
+    m_out = GetOutPort<CPortTexture>("Texture");
+    m_index = 0;
+    return m_in && m_out;
+}
+
+// A double buffer: this frame's input goes into the record at the index,
+// and the other record, stored the frame before, is what the output shows.
+// FrameFinished moves the index on and empties the record it arrives at, so
+// only the texture stored this frame is kept across the frame's end.
+void CPersistentTextureNode::Update(float time, CSceneContext* context)
+{
+    UpdateInPorts(time);
+    CPTTexture& previous = m_records[size_t(1 - m_index)];
+    // Published before the store: the port compares with the information of
+    // the record it showed last frame, which is the one stored into now.
+    PublishTexture(*m_out, &previous, 2, previous.m_flags);
+
+    CPDTexture* source = m_in->m_value;
+    if (!source || !context->m_render)
+        return;
+    CPTTexture& stored = m_records[size_t(m_index)];
+    stored.m_texture = source->GetTexture(context->m_render);
+    stored.SetTextureInfo(source->m_dimension, source->m_flags);
+}
+
+void CPersistentTextureNode::FrameFinished()
+{
+    m_index = 1 - m_index;
+    m_records[size_t(m_index)].m_texture.reset();
+}
+
+void CPersistentTextureNode::InvalidateDevice(CRender*)
+{
+    // The pool frees its objects after the nodes let go of them.
+    for (CPTTexture& record : m_records)
+        record.m_texture.reset();
+}
+
+bool CPersistentTextureNode::ResetDevice(CRender*)
+{
+    return true;
+}
