@@ -1,6 +1,7 @@
 #include "support/testeffectnode.h"
 
 #include "ports/types/dataports.h"
+#include "ports/types/portbool.h"
 #include "ports/types/portstring.h"
 #include "render/fx.h"
 #include "render/fxmanager.h"
@@ -16,8 +17,9 @@ bool CTestEffectNode::Init()
 {
     m_shader = GetInPort<CPortString>("Shader");
     m_texture = GetInPort<CPortTexture>("Texture");
+    m_additive = GetInPort<CPortBool>("Additive");
     m_effect = GetOutPort<CPortEffect>("Effect");
-    return m_shader && m_texture && m_effect;
+    return m_shader && m_texture && m_additive && m_effect;
 }
 
 void CTestEffectNode::Update(float time, CSceneContext*)
@@ -53,6 +55,9 @@ CFxPass* CTestEffectNode::Begin()
     if (CRenderStateManager* states = m_render ? m_render->GetStateManager() : nullptr) {
         states->m_states.m_cullMode = 0;
         states->m_states.m_flags &= ~(RS_DepthTest | RS_DepthWrite);
+        // Source and destination factors: one and zero, or one and one to add.
+        states->m_states.m_srcBlend = 1;
+        states->m_states.m_dstBlend = m_additive->m_value ? 1 : 0;
     }
     if (CFxParam time = m_fx->GetParam("time"))
         time.SetFloat(m_time);
@@ -110,6 +115,7 @@ CTestEffectNode::CType::CType() : m_factory(CNodeFactory::Get())
     m_info->m_desc = "Effect text for tests";
     m_info->AddInPort(std::make_unique<CPortString>("Shader", "Effect text", ""));
     m_info->AddInPort(std::make_unique<CPortTexture>("Texture", "Texture of the sampler \"tex\""));
+    m_info->AddInPort(std::make_unique<CPortBool>("Additive", "Adds to what is drawn instead of covering it", false));
     m_info->AddOutPort(std::make_unique<CPortEffect>("Effect", "The compiled effect"));
     std::array<CNodeInfo*, 1> infos{m_info.get()};
     m_factory->AddInOrder(infos);

@@ -12,12 +12,14 @@ class CFxTechnique;
 class CPortEffect;
 class CPortString;
 class CPortTexture;
+class CPortBool;
 
 // An effect node for tests, until scenes carry their own effects: its
 // "Shader" port holds a whole effect text, which it compiles on the device
 // and publishes through "Effect". The effect may use the parameters
 // "color" (the item's colour) and "time" (scene time), and the sampler
-// "tex", which gets the texture of the "Texture" input while it draws.
+// "tex", which gets the texture of the "Texture" input while it draws. With
+// "Additive" set it adds to the picture instead of covering it.
 class CTestEffectNode : public CNode, public CPDEffect
 {
 public:
@@ -55,6 +57,7 @@ public:
 private:
     CPortString* m_shader = nullptr;
     CPortTexture* m_texture = nullptr;
+    CPortBool* m_additive = nullptr;
     CPortEffect* m_effect = nullptr;
     std::unique_ptr<CFx> m_fx;
     std::unique_ptr<CFxTechnique> m_technique;

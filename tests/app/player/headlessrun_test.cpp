@@ -3,6 +3,7 @@
 // are compared with reference pictures.
 
 #include "app/paths.h"
+#include "app/director/playlist.h"
 #include "app/player/headlessrun.h"
 #include "app/player/scenesnapshotter.h"
 #include "renderogl/glcontext.h"
@@ -56,6 +57,46 @@ protected:
         scene.FindInPort("Clear1.Color", &component)->SetValue("0.4 0 0 1");
         scene.FindInPort("Screen1.Viewport", &component)->SetValue("0.25 0.25 0.5 0.5");
         scene.FindInPort("Shader1.Shader", &component)->SetValue(GradientEffect());
+        const std::string path = m_home.File(name);
+        EXPECT_TRUE(scene.Save(path, false));
+        return path;
+    }
+
+    // A scene of one clear colour.
+    std::string SaveClearScene(const std::string& name, const char* rgba)
+    {
+        CScene scene;
+        scene.AddNode("Screen");
+        scene.AddNode("Clear");
+        EXPECT_TRUE(scene.Connect("Clear1.Render", "Screen1.Render"));
+        std::string component;
+        scene.FindInPort("Clear1.Color", &component)->SetValue(rgba);
+        const std::string path = m_home.File(name);
+        EXPECT_TRUE(scene.Save(path, false));
+        return path;
+    }
+
+    // A cross-fade: the scene that goes, fading out, plus the scene that
+    // comes, fading in, added over it.
+    std::string SaveCrossFade(const std::string& name)
+    {
+        CScene scene;
+        scene.m_sceneType = CScene::SceneType_Transition;
+        for (const char* type : {"Screen", "RenderRect", "RenderRect", "Clear", "Shader", "Shader", "Transition"})
+            EXPECT_NE(scene.AddNode(type), nullptr) << type;
+        for (const auto& [from, to] : {std::pair{"Clear1.Render", "RenderRect1.Render"},
+                                       {"RenderRect1.Render", "RenderRect2.Render"},
+                                       {"RenderRect2.Render", "Screen1.Render"},
+                                       {"Shader1.Effect", "RenderRect1.Effect"},
+                                       {"Shader2.Effect", "RenderRect2.Effect"},
+                                       {"Transition1.FromScene", "Shader1.Texture"},
+                                       {"Transition1.ToScene", "Shader2.Texture"}})
+            EXPECT_TRUE(scene.Connect(from, to)) << from << " -> " << to;
+        std::string component;
+        scene.FindInPort("Clear1.Color", &component)->SetValue("0 0 0 1");
+        scene.FindInPort("Shader1.Shader", &component)->SetValue(TextureEffect("tex2D(tex, i.uv) * (1.0 - time)"));
+        scene.FindInPort("Shader2.Shader", &component)->SetValue(TextureEffect("tex2D(tex, i.uv) * time"));
+        scene.FindInPort("Shader2.Additive", &component)->SetValue("1");
         const std::string path = m_home.File(name);
         EXPECT_TRUE(scene.Save(path, false));
         return path;
@@ -190,5 +231,43 @@ TEST_F(HeadlessRun, SavedScenesCarryPicturesDrawnByTheRender)
         const SPixel upper = PixelAt(file, width / 2, height * 3 / 8);
         const SPixel lower = PixelAt(file, width / 2, height * 5 / 8);
         EXPECT_GT(upper.g, lower.g) << entry << ": the picture stands upright";
+    }
+}
+
+TEST_F(HeadlessRun, APlaylistPlaysItsScenesInOrderThroughATransitionThatBlendsThem)
+{
+    CPlaylist playlist;
+    playlist.Add(playlist.m_scenes, SaveClearScene("red.lmc", "1 0 0 1"), {}, 2.0f);
+    playlist.Add(playlist.m_scenes, SaveClearScene("blue.lmc", "0 0 1 1"), {}, 2.0f);
+    playlist.Add(playlist.m_transitions, SaveCrossFade("crossfade.lmc"), {}, 2.0f);
+    ASSERT_TRUE(playlist.Save(m_home.File("show.lmp")));
+
+    const std::string out = m_home.File("show");
+    SHeadlessOptions options = Options(m_home.File("show.lmp"), out);
+    options.m_seconds = 20.0f;
+    ASSERT_EQ(RunHeadless(options), 0);
+    EXPECT_TRUE(FileExists(Frame(out, 600)));
+
+    // Red for 2 s, the fade for 2 s, blue for 2 s, the fade back, and so on.
+    const auto near = [](SPixel actual, SPixel wanted) {
+        return std::abs(actual.r - wanted.r) <= 12 && std::abs(actual.g - wanted.g) <= 12 &&
+               std::abs(actual.b - wanted.b) <= 12;
+    };
+    struct SMoment
+    {
+        int frame;
+        SPixel colour;
+    };
+    for (const SMoment& m : {SMoment{30, {255, 0, 0}}, SMoment{90, {128, 0, 128}}, SMoment{150, {0, 0, 255}},
+                             SMoment{210, {128, 0, 128}}, SMoment{270, {255, 0, 0}}}) {
+        const SPixel seen = PixelAt(Frame(out, m.frame), 80, 45);
+        EXPECT_TRUE(near(seen, m.colour)) << "frame " << m.frame << ": " << seen.r << " " << seen.g << " " << seen.b;
+    }
+    // Over the fade red gives way to blue step by step.
+    EXPECT_GT(PixelAt(Frame(out, 75), 80, 45).r, PixelAt(Frame(out, 105), 80, 45).r);
+    EXPECT_LT(PixelAt(Frame(out, 75), 80, 45).b, PixelAt(Frame(out, 105), 80, 45).b);
+    for (int frame : {30, 90, 150}) {
+        const std::string name = "show-" + CPictureSequenceWriter::FrameName(frame);
+        EXPECT_EQ(MatchReference(Frame(out, frame), Reference(name), 3, 0.01), "") << name;
     }
 }
