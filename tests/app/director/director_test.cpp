@@ -143,6 +143,13 @@ TEST_F(Director, RunTimesComeFromTheSettingsOrThePlaylist)
     const std::string before = Active(fromPlaylist);
     Run(fromPlaylist, 20);
     EXPECT_EQ(Active(fromPlaylist), before);
+
+    // No configuration program beside this one: said, and the run goes on.
+    bool closed = false;
+    fromPlaylist.m_requestClose = [&closed] { closed = true; };
+    EXPECT_FALSE(fromPlaylist.ShowConfig());
+    EXPECT_FALSE(closed);
+    EXPECT_TRUE(m_log.Contains("Failed to launch the configuration: \""));
 }
 
 TEST_F(Director, TransitionsStartAtTheEndOfARunAndHandOverAfterTheirLength)
