@@ -61,10 +61,12 @@ protected:
     std::unique_ptr<CLumora> Play(int count, int transitions = 0, int windowMode = 2)
     {
         CPlaylist playlist;
+        // Names built by appending: GCC 12 warns falsely about "s" + to_string.
+        const auto numbered = [](char letter, int i) { return std::string(1, letter).append(std::to_string(i)); };
         for (int i = 0; i < count; ++i)
-            playlist.Add(playlist.m_scenes, WriteScene("s" + std::to_string(i)));
+            playlist.Add(playlist.m_scenes, WriteScene(numbered('s', i)));
         for (int i = 0; i < transitions; ++i)
-            playlist.Add(playlist.m_transitions, WriteScene("t" + std::to_string(i), 8), {}, 2.0f);
+            playlist.Add(playlist.m_transitions, WriteScene(numbered('t', i), 8), {}, 2.0f);
         auto director = std::make_unique<CLumora>(m_config, m_clock);
         director->m_windowMode = windowMode;
         director->Init();

@@ -161,3 +161,34 @@ TEST(LumoraRun, HeadlessRunRefusesMissingScenesAndIncompleteOptions)
     EXPECT_EQ(RunLumora(home, "--headless --out x --seconds -1" + scene), 2);
     EXPECT_EQ(RunLumora(home, "--headless --out x --seed -4" + scene), 2);
 }
+
+TEST(LumoraRun, PlaylistsPlayHeadlessAndInAWindowThroughTheirTransitions)
+{
+    const std::string playlist = std::string(LUMORA_SHARED_TEST_DATA) + "/playlists/colours.lmp";
+    CTempDir home;
+    ASSERT_EQ(RunLumora(home, "--headless -f '" + playlist + "' --size 64x36 --seconds 8 --fps 30 --seed 1 --out '" +
+                                  home.File("frames") + "'"),
+              0)
+        << ReadFile(home.File("stderr.txt"));
+    EXPECT_TRUE(FileExists(home.File("frames/frame-00240.png")));
+    const std::vector<std::string> messages = LogMessages(home);
+    EXPECT_GE(Find(messages, "Scene count. Standalone: 3 Background: 0 Foreground: 0 Postprocessing: 0 Transition: 1"), 0);
+    const int transition = Find(messages, "Transition '");
+    EXPECT_GE(transition, 0);
+    EXPECT_GT(Find(messages, "Transition done"), transition);
+    // Red first for its 5 s, in playlist order, the grey transition for 2 s,
+    // then blue.
+    EXPECT_EQ(PixelAt(home.File("frames/frame-00030.png"), 32, 18), (SPixel{255, 0, 0}));
+    EXPECT_EQ(PixelAt(home.File("frames/frame-00180.png"), 32, 18), (SPixel{128, 128, 128}));
+    EXPECT_EQ(PixelAt(home.File("frames/frame-00240.png"), 32, 18), (SPixel{0, 0, 255}));
+
+    CTempDir windowed;
+    EXPECT_EQ(RunLumora(windowed, "--window --frames 30 -f '" + playlist + "'"), 0);
+    EXPECT_GE(Find(LogMessages(windowed), "New scene: '"), 0);
+
+    // A playlist of which nothing loads ends at once with a clear message.
+    CTempDir empty;
+    WriteFile(empty.File("none.lmp"), "<Lumora><Scenes><Scene File=\"gone.lmc\"/></Scenes></Lumora>");
+    EXPECT_EQ(RunLumora(empty, "--window --frames 30 -f '" + empty.File("none.lmp") + "'"), 1);
+    EXPECT_NE(ReadFile(empty.File("stderr.txt")).find("nothing in the playlist"), std::string::npos);
+}
