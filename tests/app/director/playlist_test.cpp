@@ -151,7 +151,7 @@ TEST_F(Playlist, ReadingRules)
         // Relative files are read as files beside the playlist.
         std::string expected = ExpandPath(c.expected);
         for (const char* name : {"a", "b", "c", "d", "z", "f", "a;;"}) {
-            for (const std::string form : {std::string("[") + name + "|", std::string(",") + name + "|"}) {
+            for (const std::string& form : {std::string("[") + name + "|", std::string(",") + name + "|"}) {
                 const size_t at = expected.find(form);
                 if (at != std::string::npos)
                     expected.insert(at + 1, m_dir.Path() + "/");
