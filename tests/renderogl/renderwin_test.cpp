@@ -121,6 +121,32 @@ TEST(RenderWin, PlainWindowAndKindsWithoutAPlatformEquivalent)
     resize.window.data1 = 10;
     render.HandleMessage(resize);
     EXPECT_EQ(render.m_currentRect.Width(), 800) << "not our window";
+
+    // Keys become the host's events; a held key repeats scene changes but
+    // not the pause.
+    while (render.PollEvent() != EWindowEvent::None) {
+    }
+    struct SKey
+    {
+        SDL_Keycode key;
+        bool repeat;
+        EWindowEvent expected;
+    };
+    for (const SKey& k : {SKey{SDLK_RIGHT, false, EWindowEvent::Next}, SKey{SDLK_n, true, EWindowEvent::Next},
+                          SKey{SDLK_LEFT, false, EWindowEvent::Previous}, SKey{SDLK_p, false, EWindowEvent::Previous},
+                          SKey{SDLK_ESCAPE, false, EWindowEvent::Escape}, SKey{SDLK_SPACE, false, EWindowEvent::Pause},
+                          SKey{SDLK_SPACE, true, EWindowEvent::Other}, SKey{SDLK_q, false, EWindowEvent::Other}}) {
+        SDL_Event press{};
+        press.type = SDL_KEYDOWN;
+        press.key.keysym.sym = k.key;
+        press.key.repeat = k.repeat;
+        ASSERT_EQ(SDL_PushEvent(&press), 1);
+        // SDL may hand a pushed event out one poll later.
+        EWindowEvent event = EWindowEvent::None;
+        for (int poll = 0; poll < 5 && event == EWindowEvent::None; ++poll)
+            event = render.PollEvent();
+        EXPECT_EQ(event, k.expected) << SDL_GetKeyName(k.key);
+    }
 }
 
 // In window mode the title shows the frame rate, refreshed once a second.
