@@ -130,6 +130,7 @@ void ReadScreensaver(QXmlStreamReader& reader, CCfg& cfg)
     cfg.RandomizeScene = ReadIntFlag(attributes, "RandomizeScene"_L1);
     cfg.CaptureSound = ReadIntFlag(attributes, "CaptureSound"_L1);
     cfg.MaxSilenceTime = ReadInt(attributes, "MaxSilenceTime"_L1);
+    cfg.AudioSource = attributes.value("AudioSource"_L1).toString().toStdString();
 
     while (reader.readNextStartElement()) {
         if (reader.name() == u"Scene")
@@ -233,6 +234,9 @@ void WriteScreensaver(QXmlStreamWriter& writer, const CCfg& cfg)
     writer.writeAttribute(QStringLiteral("RandomizeScene"), Flag(cfg.RandomizeScene));
     writer.writeAttribute(QStringLiteral("CaptureSound"), Flag(cfg.CaptureSound));
     writer.writeAttribute(QStringLiteral("MaxSilenceTime"), QString::number(cfg.MaxSilenceTime));
+    // Written only when set, so files stay as other versions write them.
+    if (!cfg.AudioSource.empty())
+        writer.writeAttribute(QStringLiteral("AudioSource"), ToQt(cfg.AudioSource));
 
     writer.writeEmptyElement(QStringLiteral("Scene"));
     writer.writeAttribute(QStringLiteral("MinRunTime"), QString::number(cfg.MinRunTime));

@@ -46,6 +46,9 @@ public:
     bool AutoGotoNextScene = true;
     bool RandomizeScene = true;
     bool CaptureSound = true;
+    // The sound source to capture, as the sound server names it; empty takes
+    // what the default output plays. UTF-8.
+    std::string AudioSource;
     int MaxSilenceTime = 10;
     int MinRunTime = 9;
     int MaxRunTime = 14;

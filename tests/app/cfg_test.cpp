@@ -38,6 +38,7 @@ CCfg Customised()
     cfg.SendAnonymousUsageInfo = cfg.CheckForNewVersion = cfg.AutoGotoNextScene = false;
     cfg.RandomizeScene = cfg.CaptureSound = false;
     cfg.MaxSilenceTime = 25;
+    cfg.AudioSource = "alsa_output.usb-Mixer.analog-stereo.monitor";
     cfg.MinRunTime = 4;
     cfg.MaxRunTime = 60;
     cfg.Time = 2.5f;
