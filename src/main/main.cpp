@@ -12,6 +12,7 @@
 #include "app/director/lumora.h"
 #include "app/director/lumoraapp.h"
 #include "app/host/clock.h"
+#include "platform/audiosources.h"
 #include "platform/crashhandler.h"
 #include "render/render.h"
 #include "renderogl/renderogl.h"
@@ -26,6 +27,7 @@
 #include <string>
 #include <string_view>
 #include <unistd.h>
+#include <vector>
 
 namespace {
 
@@ -39,6 +41,9 @@ constexpr const char* kUsage =
     "  --window            a plain window of 1280x720\n"
     "  --frames <n>        end by itself after n frames\n"
     "  --list-node-types   print the catalogue of node types as XML and exit\n"
+    "  --list-audio-sources  print the sound sources that can be captured and exit\n"
+    "  --song <file>       hear this song file (any format FFmpeg reads) instead of\n"
+    "                      what the computer plays\n"
     "  --help              show this text and exit\n"
     "\n"
     "Headless recording (no window; every frame becomes a PNG picture):\n"
@@ -54,6 +59,7 @@ enum class EAction
 {
     Run,
     ListNodeTypes,
+    ListAudioSources,
     Help,
     Bad,
 };
@@ -65,6 +71,7 @@ struct SOptions
     int frames = 0;
     std::string startScene;
     bool headless = false;
+    std::string songPath;
     SHeadlessOptions recording;
 };
 
@@ -106,6 +113,10 @@ SOptions ParseCommandLine(int argc, char** argv)
         const bool hasValue = i + 1 < argc;
         if (arg == "--list-node-types") {
             options.action = EAction::ListNodeTypes;
+        } else if (arg == "--list-audio-sources") {
+            options.action = EAction::ListAudioSources;
+        } else if (arg == "--song" && hasValue) {
+            options.songPath = argv[++i];
         } else if (arg == "--help" || arg == "-h") {
             options.action = EAction::Help;
             return options;
@@ -144,6 +155,7 @@ SOptions ParseCommandLine(int argc, char** argv)
         options.action = EAction::Bad;
     }
     options.recording.m_scenePath = options.startScene;
+    options.recording.m_songPath = options.songPath;
     return options;
 }
 
@@ -152,6 +164,20 @@ constexpr const char* kDefaultPlaylist = "[apppath]playlists/Default.lmp";
 extern "C" void RequestStop(int)
 {
     CAppTypeWin::s_stopRequested = 1;
+}
+
+int PrintAudioSources()
+{
+    std::vector<CAudioSource> sources;
+    if (!ListAudioSources(sources)) {
+        fprintf(stderr, "lumora: no sound server answers; nothing can be captured\n");
+        return 1;
+    }
+    printf("Sound sources (set one as AudioSource in config.xml; the default is what the default output plays):\n");
+    for (const CAudioSource& source : sources)
+        printf("  %s%s\n      %s\n", source.Name.c_str(), source.Monitor ? "  (what an output plays)" : "",
+               source.Description.c_str());
+    return 0;
 }
 
 int RunVisualizer(const SOptions& options)
@@ -165,6 +191,8 @@ int RunVisualizer(const SOptions& options)
         return 3;
     if (!options.startScene.empty())
         host.m_config->StartScene = options.startScene;
+    if (!options.songPath.empty())
+        host.m_config->SongFile = options.songPath;
     if (!host.CreateWindows()) {
         Error("Unable to open the visualizer windows");
         return 4;
@@ -207,9 +235,12 @@ int main(int argc, char** argv)
     CNodeFactory* factory = CNodeFactory::Get();
     factory->Init();
 
+    RegisterSoundSources();
     int result = 0;
     if (options.action == EAction::ListNodeTypes) {
         printf("%s\n", factory->GetNodeTypesXml().c_str());
+    } else if (options.action == EAction::ListAudioSources) {
+        result = PrintAudioSources();
     } else {
         std::signal(SIGINT, RequestStop);
         std::signal(SIGTERM, RequestStop);

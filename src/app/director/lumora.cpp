@@ -19,6 +19,7 @@
 #include "scene/scene.h"
 #include "scene/scenelayered.h"
 #include "scene/scenetransition.h"
+#include "sound/soundanalyzer.h"
 
 #include <QXmlStreamReader>
 
@@ -92,6 +93,12 @@ bool CLumora::Init()
     m_active = nullptr;
     Free();
     ResetSceneTimers();
+    if (g_soundAnalyzer) {
+        g_soundAnalyzer->m_captureEnabled = m_config.CaptureSound;
+        g_soundAnalyzer->m_maxSilence = m_config.MaxSilenceTime;
+        g_soundAnalyzer->m_songPath = m_config.SongFile;
+        g_soundAnalyzer->m_captureSource = m_config.AudioSource;
+    }
     return true;
 }
 
@@ -390,6 +397,9 @@ void CLumora::Drop(CSceneBase* scene)
 void CLumora::Update(float deltaTime)
 {
     m_sceneSeconds += deltaTime;
+    // A media player's own context brings its own sound.
+    if (g_soundAnalyzer && !(m_appType >= 7 && m_appType <= 9))
+        g_soundAnalyzer->Update(deltaTime);
     if (AutomaticSwitching()) {
         ++m_sceneFrames;
         const float elapsed =

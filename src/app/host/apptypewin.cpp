@@ -9,15 +9,18 @@
 #include "app/trace.h"
 #include "render/userapp3d.h"
 #include "renderogl/renderogl.h"
+#include "sound/soundanalyzer.h"
 
 CAppTypeWin* g_appTypeWin = nullptr;
 volatile std::sig_atomic_t CAppTypeWin::s_stopRequested = 0;
 
 CAppTypeWin::CAppTypeWin(CUserApp3d* app, CClock& clock)
-    : CFrameLoop(clock), m_userApp(app), m_config(std::make_unique<CCfg>())
+    : CFrameLoop(clock), m_userApp(app), m_config(std::make_unique<CCfg>()),
+      m_sound(std::make_unique<CSoundAnalyzer>())
 {
     m_configPath = g_paths.m_configPath;
     g_appTypeWin = this;
+    g_soundAnalyzer = m_sound.get();
 }
 
 CAppTypeWin::~CAppTypeWin()
@@ -26,6 +29,9 @@ CAppTypeWin::~CAppTypeWin()
         g_runInfo = SRunInfo{};
     m_render.reset();
     m_config.reset();
+    if (g_soundAnalyzer == m_sound.get())
+        g_soundAnalyzer = nullptr;
+    m_sound.reset();
     if (g_appTypeWin == this)
         g_appTypeWin = nullptr;
 }
@@ -88,6 +94,8 @@ void CAppTypeWin::CloseWindows()
 
 void CAppTypeWin::UpdateApp(float deltaTime)
 {
+    // The analysis scales its smoothing by the frame rate.
+    m_sound->m_fps = m_fps;
     if (m_userApp)
         m_userApp->Update(deltaTime);
 }

@@ -9,6 +9,7 @@
 class CCfg;
 class CFrameRecorder;
 class CRenderOGL;
+class CSoundAnalyzer;
 class CUserApp3d;
 
 // The host of the engine, whatever the platform: owns the configuration and
@@ -52,6 +53,8 @@ public:
     std::string m_configPath;
     std::unique_ptr<CCfg> m_config;
     std::unique_ptr<CRenderOGL> m_render;
+    // The engine's one sound object; reached through g_soundAnalyzer.
+    std::unique_ptr<CSoundAnalyzer> m_sound;
 
 protected:
     void UpdateApp(float deltaTime) override;

@@ -128,6 +128,8 @@ int RunHeadless(const SHeadlessOptions& options)
     if (!host.Init())
         return Fail(3, "OpenGL could not be initialised; the log tells why");
     host.m_config->StartScene = options.m_scenePath;
+    host.m_config->SongFile = options.m_songPath;
+    host.m_config->CaptureSound = !options.m_songPath.empty();
     host.m_config->MovieFile = options.m_outDirectory;
     host.m_render->m_recordWidth = options.m_width;
     host.m_render->m_recordHeight = options.m_height;

@@ -14,6 +14,9 @@ struct SHeadlessOptions
     int m_height = 720;
     float m_fps = 30.0f;
     float m_seconds = 10.0f;
+    // The sound the run hears. Without a song a headless run hears nothing,
+    // so that the same command gives the same pictures.
+    std::string m_songPath;
     bool m_seeded = false;
     uint32_t m_seed = 0;
     // Frames done, frames per second and time left on one terminal line.

@@ -1,0 +1,21 @@
+#pragma once
+
+#include "scene/node.h"
+
+class CPortFloat;
+
+// The beat of the music as one value a frame, mapped from Min to Max; the
+// NoMusic value stands in while there is no music.
+class CBeatNode : public CNode
+{
+public:
+    bool Init() override;
+    void Update(float time, CSceneContext* context) override;
+
+private:
+    CPortFloat* m_noMusic = nullptr;
+    CPortFloat* m_amplification = nullptr;
+    CPortFloat* m_min = nullptr;
+    CPortFloat* m_max = nullptr;
+    CPortFloat* m_beatStrength = nullptr;
+};

@@ -1,0 +1,77 @@
+#include "nodes/value/hsvatocolor.h"
+
+#include "ports/types/portcolor.h"
+#include "ports/types/portfloat.h"
+#include "scene/nodedeclaration.h"
+#include "scene/nodeinfo.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace {
+
+std::unique_ptr<CNodeInfo> DeclareHSVAToColor()
+{
+    auto info =
+        std::make_unique<CNodeInfo>(NG_Colours, "HSVAToColor", [] { return static_cast<CNode*>(new CHSVAToColor); });
+    info->m_desc = "Converts a Hue, Saturation, Value and alpha component to a color";
+    info->AddInPort(std::make_unique<CPortFloat>("Hue", "Hue in degrees", 0.0f, 1.0f, 0.0f, 360.0f));
+    info->AddInPort(std::make_unique<CPortFloat>("Saturation", "Saturation", 0.0f, 0.01f, 0.0f, 1.0f));
+    info->AddInPort(std::make_unique<CPortFloat>("Value", "Brightness", 1.0f, 0.01f, 0.0f, 1.0f));
+    info->AddInPort(std::make_unique<CPortFloat>("Alpha", "Opacity", 1.0f, 0.01f, 0.0f, 1.0f));
+    info->AddOutPort(std::make_unique<CPortColor>("Color", "The colour", CPortColor::Rgba{1, 1, 1, 1},
+                                                  CPortColor::Rgba{0, 0, 0, 0}, CPortColor::Rgba{1, 1, 1, 1}));
+    return info;
+}
+
+const bool s_declared = DeclareNodeType(DeclareHSVAToColor());
+
+} // namespace
+
+bool CHSVAToColor::Init()
+{
+    m_updateOnce = false;
+    m_hue = GetInPort<CPortFloat>("Hue");
+    m_saturation = GetInPort<CPortFloat>("Saturation");
+    m_value = GetInPort<CPortFloat>("Value");
+    m_alpha = GetInPort<CPortFloat>("Alpha");
+    m_color = GetOutPort<CPortColor>("Color");
+    return m_hue && m_saturation && m_value && m_alpha && m_color;
+}
+
+void CHSVAToColor::Update(float time, CSceneContext*)
+{
+    UpdateInPorts(time);
+    const float s = m_saturation->m_value;
+    const float v = m_value->m_value;
+    float rgb[3] = {v, v, v};
+    if (std::fabs(s) > 1e-05f) {
+        if (std::fabs(v) <= 1e-05f) {
+            rgb[0] = rgb[1] = rgb[2] = 0.0f;
+        } else {
+            // A connected hue isn't limited to its port's range.
+            const float hue = std::isfinite(m_hue->m_value) ? m_hue->m_value : 0.0f;
+            const float h = hue / 60.0f;
+            const float i = std::floor(h);
+            const float f = h - i;
+            const float p = v * (1.0f - s);
+            const float q = v * (1.0f - f * s);
+            const float t = v * (1.0f - (1.0f - f) * s);
+            // A hue of 360 is sector 6, the same as 0; one just below 0 is
+            // sector -1, the same as 5.
+            const int sector = (static_cast<int>(std::fmod(i, 6.0f)) + 6) % 6;
+            switch (sector) {
+            case 0: rgb[0] = v, rgb[1] = t, rgb[2] = p; break;
+            case 1: rgb[0] = q, rgb[1] = v, rgb[2] = p; break;
+            case 2: rgb[0] = p, rgb[1] = v, rgb[2] = t; break;
+            case 3: rgb[0] = p, rgb[1] = q, rgb[2] = v; break;
+            case 4: rgb[0] = t, rgb[1] = p, rgb[2] = v; break;
+            default: rgb[0] = v, rgb[1] = p, rgb[2] = q; break;
+            }
+        }
+    }
+    for (int i = 0; i < 3; ++i)
+        m_color->m_value[size_t(i)] = std::clamp(rgb[i], 0.0f, 1.0f);
+    m_color->m_value[3] = m_alpha->m_value;
+    m_color->m_changed = true;
+}
