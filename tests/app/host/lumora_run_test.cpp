@@ -1,5 +1,7 @@
 #include "support/logcapture.h"
 #include "support/picturecompare.h"
+#include "support/pulseserver.h"
+#include "support/soundfixtures.h"
 #include "support/tempdir.h"
 
 #include <gtest/gtest.h>
@@ -7,6 +9,8 @@
 #include <sys/wait.h>
 
 #include <algorithm>
+#include <cmath>
+#include <cstdio>
 #include <cstdlib>
 #include <sstream>
 #include <string>
@@ -59,6 +63,13 @@ void WriteClearScene(const std::string& path, const char* rgba)
                         "\"/></Node><Node Type=\"Screen\" Name=\"Screen1\"/></Nodes>\n"
                         "<Connections><Connection Out=\"Clear1.Render\" In=\"Screen1.Render\"/></Connections>\n"
                         "</LumoraScene>\n");
+}
+
+std::string FrameNameOf(int number)
+{
+    char name[32];
+    snprintf(name, sizeof name, "frame-%05d.png", number);
+    return name;
 }
 
 } // namespace
@@ -191,4 +202,58 @@ TEST(LumoraRun, PlaylistsPlayHeadlessAndInAWindowThroughTheirTransitions)
     WriteFile(empty.File("none.lmp"), "<Lumora><Scenes><Scene File=\"gone.lmc\"/></Scenes></Lumora>");
     EXPECT_EQ(RunLumora(empty, "--window --frames 30 -f '" + empty.File("none.lmp") + "'"), 1);
     EXPECT_NE(ReadFile(empty.File("stderr.txt")).find("nothing in the playlist"), std::string::npos);
+}
+
+TEST(LumoraRun, ASongDrivesTheBeatFrameByFrame)
+{
+    CTempDir home;
+    const std::string clicks = home.File("clicks.wav");
+    ASSERT_TRUE(MakeClicks(clicks, 120.0, 12.0));
+    const std::string scene = std::string(LUMORA_SHARED_TEST_DATA) + "/scenes/beatflash.lms";
+    const std::string out = home.File("beat");
+    ASSERT_EQ(RunLumora(home, "--headless -f '" + scene + "' --song '" + clicks +
+                                  "' --size 160x90 --seconds 10 --fps 30 --seed 1 --out '" + out + "'"),
+              0)
+        << ReadFile(home.File("stderr.txt"));
+    // Clicks every 0.5 s, the first at 0: frame n shows the time n / 30.
+    std::vector<int> brightness;
+    for (int frame = 1; frame <= 300; ++frame)
+        brightness.push_back(PixelAt(out + "/" + FrameNameOf(frame), 80, 45).g);
+    int onBeat = 0, offBeat = 0, onCount = 0, offCount = 0;
+    for (int frame = 30; frame < 300; ++frame) {
+        const double phase = std::fmod(frame / 30.0, 0.5);
+        if (phase < 0.05) {
+            onBeat += brightness[size_t(frame - 1)];
+            ++onCount;
+        } else if (phase > 0.25 && phase < 0.45) {
+            offBeat += brightness[size_t(frame - 1)];
+            ++offCount;
+        }
+    }
+    ASSERT_GT(onCount, 0);
+    ASSERT_GT(offCount, 0);
+    EXPECT_GT(onBeat / onCount, offBeat / offCount + 40)
+        << "mean on the beat " << onBeat / onCount << ", between beats " << offBeat / offCount << "; frames: "
+        << testing::PrintToString(std::vector<int>(brightness.begin() + 30, brightness.begin() + 60));
+
+    // The same command gives the same pictures.
+    const std::string again = home.File("again");
+    ASSERT_EQ(RunLumora(home, "--headless -f '" + scene + "' --song '" + clicks +
+                                  "' --size 160x90 --seconds 2 --fps 30 --seed 1 --out '" + again + "'"),
+              0);
+    for (int frame = 1; frame <= 60; ++frame)
+        EXPECT_EQ(PixelAt(again + "/" + FrameNameOf(frame), 80, 45).g, brightness[size_t(frame - 1)]) << frame;
+}
+
+TEST(LumoraRun, ListsTheSoundSourcesOfTheServer)
+{
+    CTempDir home;
+    EXPECT_EQ(RunLumora(home, "--list-audio-sources", nullptr, "PULSE_SERVER=unix:/nonexistent/socket"), 1);
+    EXPECT_NE(ReadFile(home.File("stderr.txt")).find("no sound server"), std::string::npos);
+
+    CPulseServer server;
+    ASSERT_TRUE(server.Start()) << server.Output();
+    EXPECT_EQ(RunLumora(home, "--list-audio-sources"), 0) << ReadFile(home.File("stderr.txt"));
+    EXPECT_NE(ReadFile(home.File("stdout.txt")).find(server.MonitorName()), std::string::npos)
+        << ReadFile(home.File("stdout.txt"));
 }
