@@ -1,8 +1,7 @@
 #pragma once
 
+#include "nodes/value/channelports.h"
 #include "scene/node.h"
-
-class CPortFloat;
 
 // The smoothed spectrum of the music at one position from 0 (bass) to 1.
 // Evaluated on every pull: read along a "(Local)" port it draws the spectrum
@@ -14,11 +13,5 @@ public:
     void Update(float time, CSceneContext* context) override;
 
 private:
-    CPortFloat* m_noMusicLeft = nullptr;
-    CPortFloat* m_noMusicRight = nullptr;
-    CPortFloat* m_noMusicMono = nullptr;
-    CPortFloat* m_amplification = nullptr;
-    CPortFloat* m_mono = nullptr;
-    CPortFloat* m_left = nullptr;
-    CPortFloat* m_right = nullptr;
+    SChannelPorts m_ports;
 };

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "nodes/value/channelports.h"
 #include "scene/node.h"
 
 class CPortFloat;
@@ -18,13 +19,7 @@ private:
     // The mean level of each channel of the analyser's present block.
     void UpdateAverages();
 
-    CPortFloat* m_noMusicLeft = nullptr;
-    CPortFloat* m_noMusicRight = nullptr;
-    CPortFloat* m_noMusicMono = nullptr;
-    CPortFloat* m_amplification = nullptr;
-    CPortFloat* m_mono = nullptr;
-    CPortFloat* m_left = nullptr;
-    CPortFloat* m_right = nullptr;
+    SChannelPorts m_ports;
     CPortFloat* m_avgLeft = nullptr;
     CPortFloat* m_avgRight = nullptr;
 
