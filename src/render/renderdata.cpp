@@ -8,6 +8,11 @@ CRenderData::~CRenderData()
 void CRenderData::FreeDeviceObjects()
 {
     m_stateManager.reset();
+    // The noise textures are pooled, so they go back before the pool goes.
+    if (m_noiseTextures) {
+        m_noiseTextures->Free();
+        m_noiseTextures.reset();
+    }
     // Effects hold textures, so they go before the textures' manager.
     if (m_fxManager) {
         m_fxManager->Free();

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "render/fxmanager.h"
+#include "render/noisetextures.h"
 #include "render/renderstates.h"
 #include "render/texturemanager.h"
 
@@ -22,6 +23,8 @@ public:
     void SetTextureManager(std::unique_ptr<CTextureManager> manager) { m_textureManager = std::move(manager); }
     CFxManager* GetFxManager() { return m_fxManager.get(); }
     void SetFxManager(std::unique_ptr<CFxManager> manager) { m_fxManager = std::move(manager); }
+    CNoiseTextures* GetNoiseTextures() { return m_noiseTextures.get(); }
+    void SetNoiseTextures(std::unique_ptr<CNoiseTextures> textures) { m_noiseTextures = std::move(textures); }
     // Frees the device-side members in their shut-down order.
     void FreeDeviceObjects();
 
@@ -33,6 +36,7 @@ public:
 
 private:
     std::unique_ptr<CRenderStateManager> m_stateManager;
+    std::unique_ptr<CNoiseTextures> m_noiseTextures;
     std::unique_ptr<CFxManager> m_fxManager;
     std::unique_ptr<CTextureManager> m_textureManager;
 };

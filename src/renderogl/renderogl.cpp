@@ -35,6 +35,9 @@ bool CRenderOGL::InitDevice()
     m_data->SetTextureManager(std::make_unique<CTextureManagerOGL>(m_data.get()));
     if (!m_data->GetTextureManager()->Init())
         return false;
+    m_data->SetNoiseTextures(std::make_unique<CNoiseTextures>());
+    if (!m_data->GetNoiseTextures()->Init(*m_data->GetTextureManager()))
+        return false;
     m_data->SetFxManager(std::make_unique<CFxManagerOGL>(m_data.get()));
     m_data->GetFxManager()->Init();
     glPixelStorei(GL_UNPACK_ALIGNMENT, 1);

@@ -111,7 +111,7 @@ void CTestEffectNode::CommitChanges(CRender* render)
 
 CTestEffectNode::CType::CType() : m_factory(CNodeFactory::Get())
 {
-    m_info = std::make_unique<CNodeInfo>(NG_Effects, "Shader", [] { return static_cast<CNode*>(new CTestEffectNode); });
+    m_info = std::make_unique<CNodeInfo>(NG_Effects, TypeName, [] { return static_cast<CNode*>(new CTestEffectNode); });
     m_info->m_desc = "Effect text for tests";
     m_info->AddInPort(std::make_unique<CPortString>("Shader", "Effect text", ""));
     m_info->AddInPort(std::make_unique<CPortTexture>("Texture", "Texture of the sampler \"tex\""));

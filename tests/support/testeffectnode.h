@@ -40,7 +40,12 @@ public:
 
     bool HasTechnique() const { return m_technique != nullptr; }
 
-    // Registers the type as "Shader" in the factory while it lives.
+    // A type name of the factory's order that no node of the engine uses
+    // yet, so that tests can run beside the real Shader node. Pick another
+    // when post-processing nodes arrive.
+    static constexpr const char* TypeName = "Streak";
+
+    // Registers the type under TypeName in the factory while it lives.
     class CType
     {
     public:

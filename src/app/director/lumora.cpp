@@ -368,6 +368,10 @@ bool CLumora::PrepareForDrawing(CSceneBase* scene)
         return true;
     // The costly part of a switch (effect compilation) happens here, before
     // the scene is shown; what it makes is kept for the scene's first frames.
+    // A step of no time first, as a scene gets when it becomes active: some
+    // effects are written for the textures that their inputs only publish
+    // once pulled.
+    scene->Update(0.0f, m_render);
     if (scene->RestoreDevice(m_render))
         return true;
     scene->InvalidateDevice(m_render);

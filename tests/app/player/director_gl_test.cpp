@@ -65,12 +65,12 @@ protected:
     std::unique_ptr<CScene> GradientScene(const std::string& effect)
     {
         auto scene = std::make_unique<CScene>();
-        for (const char* type : {"Screen", "RenderRect", "Shader"})
+        for (const char* type : {"Screen", "RenderRect", "Streak"})
             scene->AddNode(type);
         EXPECT_TRUE(scene->Connect("RenderRect1.Render", "Screen1.Render"));
-        EXPECT_TRUE(scene->Connect("Shader1.Effect", "RenderRect1.Effect"));
+        EXPECT_TRUE(scene->Connect("Streak1.Effect", "RenderRect1.Effect"));
         std::string component;
-        scene->FindInPort("Shader1.Shader", &component)->SetValue(effect);
+        scene->FindInPort("Streak1.Shader", &component)->SetValue(effect);
         scene->m_fileName = "gradient";
         return scene;
     }

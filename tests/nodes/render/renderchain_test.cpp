@@ -159,7 +159,7 @@ protected:
     RenderChain() : m_factory(CNodeFactory::Get())
     {
         m_factory->Init();
-        m_effectInfo = std::make_unique<CNodeInfo>(NG_Effects, "Shader", [] { return static_cast<CNode*>(new CJournalEffectNode); });
+        m_effectInfo = std::make_unique<CNodeInfo>(NG_Effects, "Bloom", [] { return static_cast<CNode*>(new CJournalEffectNode); });
         m_effectInfo->AddOutPort(std::make_unique<CPortEffect>("Effect", ""));
         m_objectInfo = std::make_unique<CNodeInfo>(NG_Objects, "MeshObject", [] { return static_cast<CNode*>(new CJournalObjectNode); });
         m_objectInfo->AddInPort(std::make_unique<CPortEffect>("Effect", ""));
@@ -333,12 +333,12 @@ TEST_F(RenderChain, ObjectStepPlacesItsObjectsAndObjectsSharingAnEffectDrawInOne
     Add("RenderObject");
     Add("MeshObject");
     Add("MeshObject");
-    Add("Shader");
+    Add("Bloom");
     ASSERT_TRUE(m_scene.Connect("RenderObject1.Render", "Screen1.Render"));
     ASSERT_TRUE(m_scene.Connect("MeshObject1.Object", "RenderObject1.Object"));
     ASSERT_TRUE(m_scene.Connect("MeshObject2.Object", "MeshObject1.Object"));
-    ASSERT_TRUE(m_scene.Connect("Shader1.Effect", "MeshObject1.Effect"));
-    ASSERT_TRUE(m_scene.Connect("Shader1.Effect", "MeshObject2.Effect"));
+    ASSERT_TRUE(m_scene.Connect("Bloom1.Effect", "MeshObject1.Effect"));
+    ASSERT_TRUE(m_scene.Connect("Bloom1.Effect", "MeshObject2.Effect"));
     Set("RenderObject1.Pos", "1 2 3");
     Set("RenderObject1.Scale", "2 2 2");
     Set("RenderObject1.Rot", "0 0 90");

@@ -25,7 +25,7 @@ protected:
         TextureSceneTest::TearDown();
     }
 
-    // A transition scene that shows FromScene through Shader1.
+    // A transition scene that shows FromScene through Streak1.
     std::unique_ptr<CScene> TransitionScene()
     {
         auto scene = std::make_unique<CScene>();
@@ -43,10 +43,10 @@ TEST_F(LayerTexturesGL, PreviousLayerHandsTheCapturedLayersToThePostprocessingSc
     CScene& background = ClearScene("0 0 1 1");
     // Green over the right half, with no clear of its own.
     CScene& foreground = NewScene();
-    Add(foreground, {"Screen", "RenderRect", "Shader"});
+    Add(foreground, {"Screen", "RenderRect", "Streak"});
     Connect(foreground, "RenderRect1.Render", "Screen1.Render");
-    Connect(foreground, "Shader1.Effect", "RenderRect1.Effect");
-    Set(foreground, "Shader1.Shader", SolidColorEffect("0, 1, 0, 1"));
+    Connect(foreground, "Streak1.Effect", "RenderRect1.Effect");
+    Set(foreground, "Streak1.Shader", SolidColorEffect("0, 1, 0, 1"));
     Set(foreground, "Screen1.Viewport", "0.5 0 0.5 1");
     // The postprocessing scene shows the captured picture mirrored left to right.
     CScene& postprocessing = NewScene();

@@ -36,7 +36,7 @@ TEST(TextureSizeSteps, StepsHalveCustomReplacesAndTheLowerLimitsHold)
 class RenderToTextureGL : public TextureSceneTest
 {
 protected:
-    // RenderToTexture1 shown on the window through Shader1.
+    // RenderToTexture1 shown on the window through Streak1.
     CScene& ShownTextureScene()
     {
         CScene& scene = NewScene();
@@ -48,10 +48,10 @@ protected:
     CScene& FeedbackScene()
     {
         CScene& scene = ShownTextureScene();
-        Add(scene, {"Shader"});
-        Connect(scene, "Shader2.Effect", "RenderToTexture1.Effect");
-        Connect(scene, "RenderToTexture1.ColorNext", "Shader2.Texture");
-        Set(scene, "Shader2.Shader", TextureEffect("tex2D(tex, i.uv) + float4(0.125, 0.125, 0.125, 0.125)"));
+        Add(scene, {"Streak"});
+        Connect(scene, "Streak2.Effect", "RenderToTexture1.Effect");
+        Connect(scene, "RenderToTexture1.ColorNext", "Streak2.Texture");
+        Set(scene, "Streak2.Shader", TextureEffect("tex2D(tex, i.uv) + float4(0.125, 0.125, 0.125, 0.125)"));
         return scene;
     }
 };

@@ -1,7 +1,7 @@
 #pragma once
 
 // Scenes built in code on a real context, with the test effect registered
-// as "Shader", and the means to read the pixels of texture outputs.
+// as "Streak", and the means to read the pixels of texture outputs.
 
 #include "ports/port.h"
 #include "ports/types/dataports.h"
@@ -76,11 +76,11 @@ protected:
     // an output path such as "RenderToTexture1.Color".
     static void AddTextureView(CScene& scene, const char* texture, const char* pixel = "tex2D(tex, i.uv)")
     {
-        Add(scene, {"Screen", "RenderRect", "Shader"});
+        Add(scene, {"Screen", "RenderRect", "Streak"});
         Connect(scene, "RenderRect1.Render", "Screen1.Render");
-        Connect(scene, "Shader1.Effect", "RenderRect1.Effect");
-        Connect(scene, texture, "Shader1.Texture");
-        Set(scene, "Shader1.Shader", TextureEffect(pixel));
+        Connect(scene, "Streak1.Effect", "RenderRect1.Effect");
+        Connect(scene, texture, "Streak1.Texture");
+        Set(scene, "Streak1.Shader", TextureEffect(pixel));
     }
 
     // A scene that only clears to `color` ("r g b a").

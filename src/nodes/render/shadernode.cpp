@@ -1,0 +1,458 @@
+#include "nodes/render/shadernode.h"
+
+#include "app/random.h"
+#include "ports/types/dataports.h"
+#include "ports/types/portbool.h"
+#include "ports/types/portcolor.h"
+#include "ports/types/portint.h"
+#include "ports/types/portstring.h"
+#include "ports/types/portvector.h"
+#include "render/camera.h"
+#include "render/fxmanager.h"
+#include "render/noisetextures.h"
+#include "render/render.h"
+#include "render/texture.h"
+#include "scene/nodedeclaration.h"
+#include "scene/nodeinfo.h"
+#include "scene/pdtexture.h"
+#include "scene/scenecontext.h"
+
+#include <algorithm>
+#include <cctype>
+#include <string_view>
+
+namespace {
+
+constexpr const char* kDefaultFragment =
+    "struct PSInput\r\n{\r\n\tfloat4 hpos : POSITION;\r\n\tfloat4 diffuse : COLOR0;\r\n\tfloat2 tex : "
+    "TEXCOORD0;\r\n};\r\n\r\nPSInput VS_Program(VSInput vi) \r\n{\r\n\tPSInput pi;\r\n\tpi.hpos\t\t= mul( gWVP, "
+    "float4(vi.pos.xyz, 1.0));\r\n\tpi.tex\t\t= vi.tex;\r\n\tpi.diffuse = vi.col*color1*color;\r\n\treturn "
+    "pi;\r\n}\r\n\r\nfloat4 PS_Program(PSInput pi) : COLOR\r\n{\r\n\tfloat2 p = pi.tex*2.0 - 1.0;\r\n\t// return "
+    "tex2D(tex1, pi.tex)*pi.diffuse;\r\n\treturn pi.diffuse*(1.0-length(p));\r\n}";
+
+constexpr const char* kShaderDescription =
+    "Cgfx shader to be used.\n\t\t\t\t\t\tCommon matrices are "
+    "gW,gWVP,gWIT,gVI,gV,gP,gWV,gVP,gWT,gVT,gPT,gWVPT,gWVT,gVPT. So gWVP is the WorldViewProjection "
+    "matrix.\n\t\t\t\t\t\tThere is also "
+    "time,in1.x/y/z,in2.x/y/z,in3.x/y/z,color1,color2,tex1,tex2,tex3,tex1size,tex2size,tex3size,targetsize,znear "
+    "and zfar.\n\t\t\t\t\t\tVSInput contains pos,col,tex,normal,tangent,binormal\n\t\t\t\t\t\tAll size variables "
+    "store width and height in xy and 1.0/width, 1.0/height in zw.\n\t\t\t\t\t\tFast noise: "
+    "_noisefast,_noisegradientfast,_fbmfast,_turbulencefast,_ridgedmffast,_voronoi\n\t\t\t\t\t\tDetailed noise: "
+    "_noise,_fbm,_turbulence,_ridgedmf\n\t\t\t\t\t\tHelpers: _bump,_cubicpulse";
+
+constexpr const char* kExpressionDescription =
+    "Preprocessing expression. Inputs are the same as the node inputs in1.x, in2.y and so on. There is also "
+    "time,deltatime,perm (Not reset for the life of the node. Initial value 0) and permrand (Not reset for the "
+    "life of the node. Initial value 0.0-1.0). Before the input values will be set they can be changed using this "
+    "expression. Use this to moving an expression like 'sin(time)' from the vertex/pixel shader. Please see the "
+    "website for detailed description of this port.";
+
+constexpr const char* kFastNoiseSampler =
+    "sampler3D gFastPerlinNoiseSampler = sampler_state { MinFilter = Linear; MagFilter = Linear; AddressU = Repeat; "
+    "AddressV = Repeat; AddressW = Repeat; };\n";
+constexpr const char* kPermutationSamplers =
+    "sampler1D gPermutation1dSampler = sampler_state { MinFilter = Point; MagFilter = Point; AddressU = Repeat; };\n"
+    "sampler2D gPermutation2dSampler = sampler_state { MinFilter = Point; MagFilter = Point; AddressU = Repeat; "
+    "AddressV = Repeat; };\n"
+    "#include \"shader.cgh\"\n";
+// Without `int vertexid : VERTEXID; int instanceid : INSTANCEID;`: the
+// effect layer cannot feed those semantics to a vertex program yet, and a
+// struct that holds them fails every compile.
+constexpr const char* kVertexInput =
+    "struct VSInput{float3 pos:ATTR0;float4 col:ATTR3;float2 tex:ATTR8;float4 normal:ATTR2;float4 "
+    "tangent:ATTR14;float4 binormal:ATTR15;};";
+constexpr const char* kDefaultTechnique = "\ntechnique Tech1{pass Pass1{VertexShader = compile glslv "
+                                          "VS_Program();PixelShader = compile glslf PS_Program();}};";
+
+constexpr std::string_view kFastFunctions[] = {"_noisefast", "_noisegradientfast", "_fbmfast", "_turbulencefast",
+                                               "_ridgedmffast"};
+
+struct SDeclaration
+{
+    const char* name;
+    const char* line;
+};
+
+// In the order the header declares them.
+constexpr SDeclaration kDeclarations[] = {
+    {"gWIT", "float4x4 gWIT:WORLDINVERSETRANSPOSE;\n"},
+    {"gWVP", "float4x4 gWVP:WORLDVIEWPROJECTION;\n"},
+    {"gVI", "float4x4 gVI:VIEWINVERSE;\n"},
+    {"gW", "float4x4 gW:WORLD;\n"},
+    {"gV", "float4x4 gV:VIEW;\n"},
+    {"gP", "float4x4 gP:PROJECTION;\n"},
+    {"gWV", "float4x4 gWV:WORLDVIEW;\n"},
+    {"gVP", "float4x4 gVP:VIEWPROJECTION;\n"},
+    {"gWT", "float4x4 gWT:WORLDTRANSPOSE;\n"},
+    {"gVT", "float4x4 gVT:VIEWTRANSPOSE;\n"},
+    {"gPT", "float4x4 gPT:PROJECTIONTRANSPOSE;\n"},
+    {"gWVPT", "float4x4 gWVPT:WORLDVIEWPROJECTIONTRANSPOSE;\n"},
+    {"gWVT", "float4x4 gWVT:WORLDVIEWTRANSPOSE;\n"},
+    {"gVPT", "float4x4 gVPT:VIEWPROJECTIONTRANSPOSE;\n"},
+    {"gVPI", "float4x4 gVPI:VIEWPROJECTIONINVERSE;\n"},
+    {"znear", "float znear;\n"},
+    {"zfar", "float zfar;\n"},
+    {"time", "float time;\n"},
+    {"in1", "float3 in1;\n"},
+    {"in2", "float3 in2;\n"},
+    {"in3", "float3 in3;\n"},
+    {"color", "float4 color;\n"},
+    {"color1", "float4 color1;\n"},
+    {"color2", "float4 color2;\n"},
+    {"framenr", "float framenr;\n"},
+    {"tex1size", "float4 tex1size;\n"},
+    {"tex2size", "float4 tex2size;\n"},
+    {"tex3size", "float4 tex3size;\n"},
+    {"targetsize", "float4 targetsize;\n"},
+};
+
+// Handles fetched after each compile, in the order of the node's EParam.
+constexpr const char* kParamNames[] = {
+    "znear",    "zfar",     "time",     "framenr", "in1",  "in2",  "in3",  "color",      "color1",
+    "color2",   "tex1size", "tex2size", "tex3size", "tex1", "tex2", "tex3", "targetsize", "gFastPerlinNoiseSampler",
+    "gPermutation1dSampler", "gPermutation2dSampler",
+};
+
+constexpr const char* kTextureNames[] = {"tex1", "tex2", "tex3"};
+
+constexpr const char* kBlendNames[] = {
+    "Zero",        "One",         "Source Color",         "Destination Color",         "Inverse Source Color",
+    "Inverse Destination Color", "Source Alpha", "Destination Alpha", "Inverse Source Alpha",
+    "Inverse Destination Alpha", "Source Alpha Saturate",
+};
+
+// Adds `line` if `name` stands in the text not followed by a letter or a
+// digit. What stands in front isn't examined, so a comment or a longer name
+// that ends in `name` counts as a use: a needless declaration is harmless, a
+// missing one breaks the compile.
+void AddIfUsed(std::string_view text, std::string& header, std::string_view line, std::string_view name)
+{
+    for (size_t at = text.find(name); at != std::string_view::npos; at = text.find(name, at + name.size())) {
+        const size_t behind = at + name.size();
+        const unsigned char c = behind < text.size() ? static_cast<unsigned char>(text[behind]) : 0;
+        if (c < 0x80 && std::isalnum(c))
+            continue;
+        header += line;
+        return;
+    }
+}
+
+std::unique_ptr<CNodeInfo> DeclareShaderNode()
+{
+    auto info = std::make_unique<CNodeInfo>(NG_Effects, "Shader", [] { return static_cast<CNode*>(new CShaderNode); });
+    info->m_desc = "A customer cgfx shader";
+    info->AddInPort(std::make_unique<CPortBool>("DepthTest", "Test any written values against the depth buffer", true));
+    info->AddInPort(
+        std::make_unique<CPortBool>("DepthWrite", "Write to the depth buffer when rendering new objects", true));
+    auto src = std::make_unique<CPortInt>("SrcBlend", "Source blend mode", 1, 0, 11);
+    auto dst = std::make_unique<CPortInt>("DstBlend", "Destination blend mode", 0, 0, 11);
+    for (int i = 0; i < int(std::size(kBlendNames)); ++i) {
+        src->AddValue(i, kBlendNames[i]);
+        dst->AddValue(i, kBlendNames[i]);
+    }
+    info->AddInPort(std::move(src));
+    info->AddInPort(std::move(dst));
+    auto cull = std::make_unique<CPortInt>("CullMode", "Cull mode", 2, 0, 2);
+    cull->AddValue(0, "None");
+    cull->AddValue(1, "Cull forward facing polygons");
+    cull->AddValue(2, "Cull backward facing polygons");
+    info->AddInPort(std::move(cull));
+    for (const char* name : {"In1", "In2", "In3"}) {
+        const std::string desc = std::string("Input vector ") + name[2];
+        info->AddInPort(CPortVector::Make(name, desc, {0, 0, 0}, 0.001f, 10000.0f));
+    }
+    for (const char* name : {"Color1", "Color2"}) {
+        const std::string desc = std::string("Input color ") + name[5];
+        info->AddInPort(std::make_unique<CPortColor>(name, desc, CPortColor::Rgba{1, 1, 1, 1},
+                                                     CPortColor::Rgba{0, 0, 0, 0}, CPortColor::Rgba{1, 1, 1, 1}));
+    }
+    info->AddInPort(std::make_unique<CPortString>("Shader", kShaderDescription, kDefaultFragment));
+    info->AddInPort(std::make_unique<CPortInt>("RandomSeed", "Random seed to be used by the rand() and srand() functions",
+                                               1, 1, 100000));
+    info->AddInPort(std::make_unique<CPortString>("Expression", kExpressionDescription, ""));
+    for (const char* name : {"Texture1", "Texture2", "Texture3"}) {
+        const std::string desc = std::string("Texture ") + name[7];
+        info->AddInPort(std::make_unique<CPortTexture>(name, desc));
+    }
+    info->AddOutPort(std::make_unique<CPortEffect>("Effect", "Effect"));
+    return info;
+}
+
+const bool s_declared = DeclareNodeType(DeclareShaderNode());
+
+} // namespace
+
+CShaderNode::~CShaderNode()
+{
+    m_technique.reset();
+    m_fx.reset();
+}
+
+bool CShaderNode::Init()
+{
+    static constexpr const char* names[] = {"in1.x",  "in1.y",  "in1.z",  "in2.x",     "in2.y",     "in2.z",
+                                            "in3.x",  "in3.y",  "in3.z",  "col1.r",    "col1.g",    "col1.b",
+                                            "col1.a", "col2.r", "col2.g", "col2.b",    "col2.a",    "time",
+                                            "scenetime", "deltatime", "aspect", "perm", "permrand"};
+    static_assert(std::size(names) == V_Count);
+    for (int i = 0; i < V_PermRand; ++i)
+        m_expressionContext.AddVariable(names[i], &m_variables[size_t(i)], 0.0);
+    m_expressionContext.AddVariable(names[V_PermRand], &m_variables[V_PermRand], g_random.NextUnit());
+    m_expressionContext.BindLists();
+
+    m_depthTest = GetInPort<CPortBool>("DepthTest");
+    m_depthWrite = GetInPort<CPortBool>("DepthWrite");
+    m_srcBlend = GetInPort<CPortInt>("SrcBlend");
+    m_dstBlend = GetInPort<CPortInt>("DstBlend");
+    m_cullMode = GetInPort<CPortInt>("CullMode");
+    bool found = m_depthTest && m_depthWrite && m_srcBlend && m_dstBlend && m_cullMode;
+    for (int i = 0; i < 3; ++i)
+        found &= (m_inPorts[size_t(i)] = GetInPort<CPortVector>("In" + std::to_string(i + 1))) != nullptr;
+    for (int i = 0; i < 2; ++i)
+        found &= (m_colorPorts[size_t(i)] = GetInPort<CPortColor>("Color" + std::to_string(i + 1))) != nullptr;
+    m_shader = GetInPort<CPortString>("Shader");
+    m_randomSeed = GetInPort<CPortInt>("RandomSeed");
+    m_expression = GetInPort<CPortString>("Expression");
+    for (int i = 0; i < NumTextures; ++i)
+        found &= (m_texturePorts[size_t(i)] = GetInPort<CPortTexture>("Texture" + std::to_string(i + 1))) != nullptr;
+    m_effect = GetOutPort<CPortEffect>("Effect");
+    return found && m_shader && m_randomSeed && m_expression && m_effect;
+}
+
+void CShaderNode::Update(float time, CSceneContext* context)
+{
+    m_effect->m_value = this;
+    UpdateInPorts(time);
+    if (m_expression->m_changed)
+        m_expressionContext.Parse(m_expression->m_value);
+
+    for (size_t i = 0; i < 3; ++i)
+        std::copy_n(m_inPorts[i]->m_value.begin(), 3, m_in[i]);
+    for (size_t i = 0; i < 2; ++i)
+        std::copy_n(m_colorPorts[i]->m_value.begin(), 4, m_colors[i]);
+    m_time = context ? context->m_time : 0.0f;
+    m_variables[V_SceneTime] = m_time;
+    m_variables[V_Aspect] = context ? context->m_aspect : 1.0f;
+    // Reseeded every frame, so that rand() starts each frame alike.
+    m_expressionContext.SeedRandom(uint32_t(m_randomSeed->m_value));
+    m_frame = context ? float(context->m_frame) : 0.0f;
+
+    if (m_expressionContext.IsValid()) {
+        m_variables[V_DeltaTime] = context ? context->m_deltaTime : 0.0f;
+        m_variables[V_Time] = m_time;
+        for (size_t i = 0; i < 9; ++i)
+            m_variables[V_In1X + i] = m_in[i / 3][i % 3];
+        for (size_t i = 0; i < 8; ++i)
+            m_variables[V_Col1R + i] = m_colors[i / 4][i % 4];
+        m_expressionContext.Evaluate();
+        // A script that failed half-way leaves the ports' values.
+        if (m_expressionContext.IsValid()) {
+            for (size_t i = 0; i < 9; ++i)
+                m_in[i / 3][i % 3] = float(m_variables[V_In1X + i]);
+            for (size_t i = 0; i < 8; ++i)
+                m_colors[i / 4][i % 4] = float(m_variables[V_Col1R + i]);
+            m_time = float(m_variables[V_Time]);
+        }
+    }
+
+    bool recompose = m_shader->m_changed;
+    for (size_t i = 0; i < NumTextures; ++i) {
+        const CPortTexture* port = m_texturePorts[i];
+        if (port->m_connections.empty())
+            continue;
+        const int dimension = port->m_value ? port->m_value->m_dimension : 0;
+        recompose |= port->m_changed || dimension != m_samplerDimensions[i];
+    }
+    if (recompose)
+        m_deviceDirty = 0xFFFFFFFFu;
+
+    m_setMask = m_clearMask = 0;
+    (m_depthTest->m_value ? m_setMask : m_clearMask) |= RS_DepthTest;
+    (m_depthWrite->m_value ? m_setMask : m_clearMask) |= RS_DepthWrite;
+}
+
+std::string CShaderNode::Compose(const std::string& fragment)
+{
+    std::string header;
+    if (std::any_of(std::begin(kFastFunctions), std::end(kFastFunctions),
+                    [&](std::string_view name) { return fragment.find(name) != std::string::npos; }))
+        header += kFastNoiseSampler;
+    header += kPermutationSamplers;
+    for (const SDeclaration& declaration : kDeclarations)
+        AddIfUsed(fragment, header, declaration.line, declaration.name);
+
+    for (size_t i = 0; i < NumTextures; ++i) {
+        m_samplerDimensions[i] = 0;
+        const CPortTexture* port = m_texturePorts[i];
+        const CPDTexture* source = port->m_value;
+        if (port->m_connections.empty() || !source)
+            continue;
+        m_samplerDimensions[i] = source->m_dimension;
+        const std::string name = kTextureNames[i];
+        if (fragment.find(name + " = sampler_state") != std::string::npos)
+            continue;
+        std::string line;
+        if (source->m_dimension == -1) {
+            line = "samplerCUBE " + name +
+                   " = sampler_state { MinFilter = Linear; MagFilter = Linear; AddressU = ClampToEdge; AddressV = "
+                   "ClampToEdge;  AddressW = ClampToEdge; };\n";
+        } else {
+            // A source without mip maps must not be sampled with a mip map filter.
+            const char* minFilter = (source->m_flags & PDT_MipMaps) ? "LinearMipMapLinear" : "Linear";
+            const char* address = (source->m_flags & (PDT_Clamp | PDT_ClampToEdge)) ? "ClampToEdge" : "Repeat";
+            line = "sampler" + std::to_string(source->m_dimension) + "D " + name +
+                   " = sampler_state { MinFilter = " + minFilter + "; MagFilter = Linear; AddressU = " + address +
+                   "; AddressV = " + address + "; };\n";
+        }
+        AddIfUsed(fragment, header, line, name);
+    }
+    header += kVertexInput;
+
+    std::string text = header + fragment;
+    if (text.find("technique") == std::string::npos)
+        text += kDefaultTechnique;
+    return text;
+}
+
+bool CShaderNode::RestoreDevice(CRender* render)
+{
+    m_technique.reset();
+    m_fx.reset();
+    m_params.fill(CFxParam{});
+    m_composedText.clear();
+    const std::string& fragment = m_shader->m_value;
+    if (fragment.empty())
+        return true;
+    CFxManager* manager = render->GetRenderData() ? render->GetRenderData()->GetFxManager() : nullptr;
+    if (!manager)
+        return false;
+    m_composedText = Compose(fragment);
+    // The effect layer logs a failed compile with the compiler's listing.
+    m_fx.reset(manager->ParseEffect(m_composedText));
+    if (!m_fx)
+        return false;
+    m_technique.reset(m_fx->GetBestTechnique());
+    if (!m_technique) {
+        m_fx.reset();
+        return false;
+    }
+    for (size_t i = 0; i < P_Count; ++i)
+        m_params[i] = m_fx->GetParam(kParamNames[i]);
+    return true;
+}
+
+void CShaderNode::InvalidateDevice(CRender*)
+{
+    m_heldTextures.fill(nullptr);
+    m_technique.reset();
+    m_fx.reset();
+    m_params.fill(CFxParam{});
+}
+
+CFxPass* CShaderNode::Begin()
+{
+    if (!m_technique || !m_render)
+        return nullptr;
+    const SRect& rect = m_render->m_currentRect;
+    const float width = float(rect.Width()), height = float(rect.Height());
+    auto sizeOf = [](float w, float h) {
+        return std::array<float, 4>{w, h, w > 0 ? 1.0f / w : 0.0f, h > 0 ? 1.0f / h : 0.0f};
+    };
+    if (CFxParam& target = m_params[P_TargetSize])
+        target.SetVector4(sizeOf(width, height).data());
+
+    // Before any state is touched: a source may render to make its texture.
+    for (size_t i = 0; i < NumTextures; ++i) {
+        CPDTexture* source = m_texturePorts[i]->m_value;
+        if (!m_texturePorts[i]->m_connections.empty() && m_params[P_Tex1 + i] && source)
+            m_heldTextures[i] = source->GetTexture(m_render);
+    }
+
+    if (CRenderStateManager* states = m_render->GetStateManager()) {
+        states->m_states.m_flags |= int32_t(m_setMask);
+        states->m_states.m_flags &= ~int32_t(m_clearMask);
+        states->m_states.m_cullMode = m_cullMode->m_value;
+        states->m_states.m_srcBlend = m_srcBlend->m_value;
+        states->m_states.m_dstBlend = m_dstBlend->m_value;
+    }
+    for (size_t i = 0; i < 3; ++i)
+        if (CFxParam& in = m_params[P_In1 + i])
+            in.SetVector3(m_in[i]);
+    for (size_t i = 0; i < 2; ++i)
+        if (CFxParam& color = m_params[P_Color1 + i])
+            color.SetVector4(m_colors[i]);
+    if (CFxParam& time = m_params[P_Time])
+        time.SetFloat(m_time);
+    if (const CCamera* camera = m_render->GetCamera()) {
+        if (CFxParam& znear = m_params[P_ZNear])
+            znear.SetFloat(camera->m_near);
+        if (CFxParam& zfar = m_params[P_ZFar])
+            zfar.SetFloat(camera->m_far);
+    }
+    if (CFxParam& frame = m_params[P_FrameNr])
+        frame.SetFloat(m_frame);
+    for (size_t i = 0; i < NumTextures; ++i) {
+        const CTexture* texture = m_heldTextures[i].get();
+        if (texture && m_params[P_Tex1Size + i])
+            m_params[P_Tex1Size + i].SetVector4(sizeOf(float(texture->m_width), float(texture->m_height)).data());
+    }
+    for (size_t i = 0; i < NumTextures; ++i)
+        if (m_params[P_Tex1 + i])
+            m_fx->SetTexture(m_params[P_Tex1 + i], m_heldTextures[i]);
+    if (CNoiseTextures* noise = m_render->GetRenderData() ? m_render->GetRenderData()->GetNoiseTextures() : nullptr) {
+        if (m_params[P_FastPerlinNoise])
+            m_fx->SetTexture(m_params[P_FastPerlinNoise], noise->GetPerlin3D());
+        if (m_params[P_Permutation1D])
+            m_fx->SetTexture(m_params[P_Permutation1D], noise->GetPermutation1D());
+        if (m_params[P_Permutation2D])
+            m_fx->SetTexture(m_params[P_Permutation2D], noise->GetPermutation2D());
+    }
+    return m_technique->FirstPass();
+}
+
+void CShaderNode::BeginPass(CFxPass* pass)
+{
+    if (pass)
+        pass->SetState();
+}
+
+CFxPass* CShaderNode::NextPass(CFxPass*)
+{
+    return m_technique ? m_technique->NextPass() : nullptr;
+}
+
+void CShaderNode::EndPass(CFxPass* pass)
+{
+    if (pass)
+        pass->ResetState();
+}
+
+void CShaderNode::End()
+{
+    // A held texture would keep its source's target out of the pool.
+    for (size_t i = 0; i < NumTextures; ++i) {
+        if (m_fx && m_params[P_Tex1 + i] && m_heldTextures[i])
+            m_fx->SetTexture(m_params[P_Tex1 + i], nullptr);
+        m_heldTextures[i].reset();
+    }
+}
+
+void CShaderNode::SetColor(const float* rgba)
+{
+    std::copy_n(rgba, 4, m_color);
+}
+
+void CShaderNode::SetWorld(int, const float* matrix)
+{
+    if (m_fx)
+        std::copy_n(matrix, 16, m_fx->m_world.begin());
+}
+
+void CShaderNode::CommitChanges(CRender* render)
+{
+    if (!m_fx)
+        return;
+    if (CFxParam& color = m_params[P_Color])
+        color.SetVector4(m_color);
+    m_fx->UpdateParameters(render);
+}

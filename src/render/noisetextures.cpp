@@ -1,0 +1,167 @@
+#include "render/noisetextures.h"
+
+#include "app/log.h"
+#include "render/rendertypes.h"
+#include "render/texture.h"
+#include "render/texturemanager.h"
+
+#include <cmath>
+
+namespace {
+
+constexpr std::array<uint8_t, 256> kPermutation = {
+    151, 160, 137, 91,  90,  15,  131, 13,  201, 95,  96,  53,  194, 233, 7,   225, 140, 36,  103, 30,  69,  142,
+    8,   99,  37,  240, 21,  10,  23,  190, 6,   148, 247, 120, 234, 75,  0,   26,  197, 62,  94,  252, 219, 203,
+    117, 35,  11,  32,  57,  177, 33,  88,  237, 149, 56,  87,  174, 20,  125, 136, 171, 168, 68,  175, 74,  165,
+    71,  134, 139, 48,  27,  166, 77,  146, 158, 231, 83,  111, 229, 122, 60,  211, 133, 230, 220, 105, 92,  41,
+    55,  46,  245, 40,  244, 102, 143, 54,  65,  25,  63,  161, 1,   216, 80,  73,  209, 76,  132, 187, 208, 89,
+    18,  169, 200, 196, 135, 130, 116, 188, 159, 86,  164, 100, 109, 198, 173, 186, 3,   64,  52,  217, 226, 250,
+    124, 123, 5,   202, 38,  147, 118, 126, 255, 82,  85,  212, 207, 206, 59,  227, 47,  16,  58,  17,  182, 189,
+    28,  42,  223, 183, 170, 213, 119, 248, 152, 2,   44,  154, 163, 70,  221, 153, 101, 155, 167, 43,  172, 9,
+    129, 22,  39,  253, 19,  98,  108, 110, 79,  113, 224, 232, 178, 185, 112, 104, 218, 246, 97,  228, 251, 34,
+    242, 193, 238, 210, 144, 12,  191, 179, 162, 241, 81,  51,  145, 235, 249, 14,  239, 107, 49,  192, 214, 31,
+    181, 199, 106, 157, 184, 84,  204, 176, 115, 121, 50,  45,  127, 4,   150, 254, 138, 236, 205, 93,  222, 114,
+    67,  29,  24,  72,  243, 141, 128, 195, 78,  66,  215, 61,  156, 180,
+};
+
+constexpr std::array<uint8_t, 512> Doubled()
+{
+    std::array<uint8_t, 512> p{};
+    for (size_t i = 0; i < 512; ++i)
+        p[i] = kPermutation[i % 256];
+    return p;
+}
+
+constexpr std::array<uint8_t, 512> kDoubled = Doubled();
+
+float Fade(float t)
+{
+    return t * t * t * (t * (t * 6.0f - 15.0f) + 10.0f);
+}
+
+float Lerp(float t, float a, float b)
+{
+    return a + t * (b - a);
+}
+
+// The gradient of the low four bits of the hash, dotted with (x, y, z).
+float Grad(int hash, float x, float y, float z)
+{
+    const int h = hash & 15;
+    const float u = h < 8 ? x : y;
+    const float v = h < 4 ? y : (h == 12 || h == 14 ? x : z);
+    return ((h & 1) == 0 ? u : -u) + ((h & 2) == 0 ? v : -v);
+}
+
+// Improved noise on a lattice of period 8; `offset` moves to another part of
+// the permutation so that two channels differ. Coordinates are never
+// negative here.
+float PeriodicNoise(float x, float y, float z, int offset)
+{
+    const auto& P = kDoubled;
+    const float fx = std::floor(x), fy = std::floor(y), fz = std::floor(z);
+    const int period = CNoiseTextures::PerlinPeriod;
+    const int X0 = int(fx) % period + offset, Y0 = int(fy) % period + offset, Z0 = int(fz) % period + offset;
+    const int X1 = (int(fx) % period + 1) % period + offset;
+    const int Y1 = (int(fy) % period + 1) % period + offset;
+    const int Z1 = (int(fz) % period + 1) % period + offset;
+    x -= fx;
+    y -= fy;
+    z -= fz;
+    const float u = Fade(x), v = Fade(y), w = Fade(z);
+    auto hash = [&](int X, int Y, int Z) { return P[size_t(P[size_t(P[size_t(X)] + Y)] + Z)]; };
+    return Lerp(w,
+                Lerp(v, Lerp(u, Grad(hash(X0, Y0, Z0), x, y, z), Grad(hash(X1, Y0, Z0), x - 1, y, z)),
+                     Lerp(u, Grad(hash(X0, Y1, Z0), x, y - 1, z), Grad(hash(X1, Y1, Z0), x - 1, y - 1, z))),
+                Lerp(v, Lerp(u, Grad(hash(X0, Y0, Z1), x, y, z - 1), Grad(hash(X1, Y0, Z1), x - 1, y, z - 1)),
+                     Lerp(u, Grad(hash(X0, Y1, Z1), x, y - 1, z - 1), Grad(hash(X1, Y1, Z1), x - 1, y - 1, z - 1))));
+}
+
+// -1..1 to a byte, saturating.
+uint8_t Quantize(float value)
+{
+    const float w = value * 0.5f + 0.5f;
+    if (w >= 1.0f)
+        return 255;
+    if (w <= 0.0f)
+        return 0;
+    return uint8_t(w * 255.0f);
+}
+
+} // namespace
+
+const std::array<uint8_t, 512>& CNoiseTextures::Permutation()
+{
+    return kDoubled;
+}
+
+bool CNoiseTextures::Init(CTextureManager& manager)
+{
+    const bool made = MakePerlin3D(manager) && MakePermutation1D(manager) && MakePermutation2D(manager);
+    if (!made)
+        Error("The noise textures could not be made");
+    return made;
+}
+
+void CNoiseTextures::Free()
+{
+    m_perlin3D.reset();
+    m_permutation1D.reset();
+    m_permutation2D.reset();
+}
+
+bool CNoiseTextures::MakePerlin3D(CTextureManager& manager)
+{
+    constexpr int n = PerlinSize;
+    m_perlin3D = manager.GetTexture(n, n, n, TF_A8R8G8B8, TT_Normal);
+    uint8_t* out = m_perlin3D ? m_perlin3D->Lock() : nullptr;
+    if (!out)
+        return false;
+    constexpr float step = 0.03125f * float(PerlinPeriod);
+    for (int z = 0; z < n; ++z) {
+        for (int y = 0; y < n; ++y) {
+            for (int x = 0; x < n; ++x) {
+                const float a = float(x) * step, b = float(y) * step, c = float(z) * step;
+                *out++ = Quantize(PeriodicNoise(a, b, c, 0));
+                *out++ = Quantize(PeriodicNoise(a, b, c, PerlinPeriod));
+                *out++ = 127;
+                *out++ = 255;
+            }
+        }
+    }
+    m_perlin3D->Unlock(0);
+    return true;
+}
+
+bool CNoiseTextures::MakePermutation1D(CTextureManager& manager)
+{
+    // A height of 1 makes it one-dimensional; the pool refuses a height of 0.
+    m_permutation1D = manager.GetTexture(256, 1, 0, TF_A8R8G8B8, TT_Normal);
+    uint8_t* out = m_permutation1D ? m_permutation1D->Lock() : nullptr;
+    if (!out)
+        return false;
+    for (size_t i = 0; i < 256; ++i)
+        for (int byte = 0; byte < 4; ++byte)
+            *out++ = kDoubled[i];
+    m_permutation1D->Unlock(0);
+    return true;
+}
+
+bool CNoiseTextures::MakePermutation2D(CTextureManager& manager)
+{
+    m_permutation2D = manager.GetTexture(256, 256, 0, TF_A8R8G8B8, TT_Normal);
+    uint8_t* out = m_permutation2D ? m_permutation2D->Lock() : nullptr;
+    if (!out)
+        return false;
+    const auto& P = kDoubled;
+    for (size_t y = 0; y < 256; ++y) {
+        for (size_t x = 0; x < 256; ++x) {
+            *out++ = P[P[y] + x];
+            *out++ = P[P[y] + x + 1];
+            *out++ = P[P[y + 1] + x];
+            *out++ = P[P[y + 1] + x + 1];
+        }
+    }
+    m_permutation2D->Unlock(0);
+    return true;
+}
