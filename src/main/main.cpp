@@ -47,7 +47,8 @@ constexpr const char* kUsage =
     "  --help              show this text and exit\n"
     "\n"
     "Headless recording (no window; every frame becomes a PNG picture):\n"
-    "  --headless          record the scene or playlist of -f on simulated time\n"
+    "  --headless          record the scene or playlist of -f (or the default\n"
+    "                      playlist) on simulated time\n"
     "  --out <dir>         where frame-00001.png and onwards go (required)\n"
     "  --size <WxH>        picture size (default 1280x720)\n"
     "  --fps <f>           frames per second of scene time (default 30)\n"
@@ -149,9 +150,8 @@ SOptions ParseCommandLine(int argc, char** argv)
             return options;
         }
     }
-    if (options.action == EAction::Run && options.headless &&
-        (options.startScene.empty() || options.recording.m_outDirectory.empty())) {
-        fprintf(stderr, "lumora: --headless needs a scene (-f) and a directory for the pictures (--out)\n\n");
+    if (options.action == EAction::Run && options.headless && options.recording.m_outDirectory.empty()) {
+        fprintf(stderr, "lumora: --headless needs a directory for the pictures (--out)\n\n");
         options.action = EAction::Bad;
     }
     options.recording.m_scenePath = options.startScene;
@@ -247,6 +247,8 @@ int main(int argc, char** argv)
         Log("Lumora starting");
         if (options.headless) {
             options.recording.m_showProgress = isatty(fileno(stderr)) != 0;
+            if (options.recording.m_scenePath.empty())
+                options.recording.m_scenePath = kDefaultPlaylist;
             result = RunHeadless(options.recording);
         } else {
             result = RunVisualizer(options);

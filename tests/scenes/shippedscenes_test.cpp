@@ -4,6 +4,7 @@
 // References are made anew on purpose only:
 //     LUMORA_UPDATE_REFERENCE=1 ctest --test-dir build -R ShippedScene
 
+#include "app/director/playlist.h"
 #include "app/paths.h"
 #include "app/player/headlessrun.h"
 #include "platform/audiosources.h"
@@ -171,3 +172,35 @@ INSTANTIATE_TEST_SUITE_P(Library, ShippedScene, ::testing::ValuesIn(ShippedScene
                              return name;
                          });
 GTEST_ALLOW_UNINSTANTIATED_PARAMETERIZED_TEST(ShippedScene);
+
+TEST(ShippedScenes, APlaylistOfThemPlaysThroughATransitionAndEndsCleanlyInTheMiddleOfOne)
+{
+    CTempDir home;
+    setenv("XDG_CONFIG_HOME", home.Path().c_str(), 1);
+    setenv("LUMORA_APPPATH", kData.c_str(), 1);
+    g_paths.Setup();
+    CNodeFactory* factory = CNodeFactory::Get();
+    factory->Init();
+    {
+        CPlaylist playlist;
+        playlist.Add(playlist.m_scenes, "[apppath]scenes/Plasma.lmc", {}, 1.0f);
+        playlist.Add(playlist.m_scenes, "[apppath]scenes/Tunnel.lmc", {}, 1.0f);
+        playlist.Add(playlist.m_transitions, "[apppath]scenes/transitions/Wipe.lmc", {}, 3.0f);
+        ASSERT_TRUE(playlist.Save(home.File("two.lmp")));
+        SHeadlessOptions options;
+        options.m_scenePath = home.File("two.lmp");
+        options.m_outDirectory = home.File("frames");
+        options.m_width = 64;
+        options.m_height = 36;
+        options.m_seconds = 2.5f;
+        options.m_seeded = true;
+        options.m_seed = 5;
+        CLogCapture log;
+        // The run ends while the wipe plays: every scene gives its device
+        // objects back before the device goes.
+        EXPECT_EQ(RunHeadless(options), 0);
+        EXPECT_TRUE(log.Contains("Transition '"));
+        EXPECT_FALSE(log.Contains("Transition done"));
+    }
+    factory->Release();
+}

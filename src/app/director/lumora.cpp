@@ -553,8 +553,22 @@ void CLumora::InvalidateDevice(CRender* render)
     m_fxaaPass = CFxPass();
     m_fxaaEffect = nullptr;
     m_srcSampler = m_tex1size = m_tex1transform = CFxParam();
-    if (m_active && render)
-        m_active->InvalidateDevice(render);
+    if (!render)
+        return;
+    // Every scene, not only the active one: the scene a transition brings
+    // keeps its objects while it plays, and a scene prepared for a switch
+    // holds some before it shows. None may outlive the device.
+    for (const auto& scene : m_standalone)
+        scene->InvalidateDevice(render);
+    for (const auto& scene : m_standaloneUsed)
+        scene->InvalidateDevice(render);
+    for (const SceneList* list : {&m_backgrounds, &m_foregrounds, &m_postprocessings, &m_backgroundsUsed,
+                                  &m_foregroundsUsed, &m_postprocessingsUsed})
+        for (const auto& scene : *list)
+            scene->InvalidateDevice(render);
+    for (const auto& transition : m_transitions)
+        if (transition->m_transition)
+            transition->m_transition->InvalidateDevice(render);
 }
 
 // ---- From playlist to scenes ----

@@ -165,7 +165,9 @@ TEST(LumoraRun, HeadlessRunRefusesMissingScenesAndIncompleteOptions)
     WriteClearScene(home.File("ok.lms"), "0 0 0 1");
     const std::string scene = " -f '" + home.File("ok.lms") + "'";
     EXPECT_EQ(RunLumora(home, "--headless" + scene), 2) << "no --out";
-    EXPECT_EQ(RunLumora(home, "--headless --out x"), 2) << "no scene";
+    EXPECT_EQ(RunLumora(home, "--headless --out x", nullptr, "LUMORA_APPPATH='" + home.Path() + "'"), 1)
+        << "without -f the default playlist, missing here";
+    EXPECT_NE(ReadFile(home.File("stderr.txt")).find("Default.lmp"), std::string::npos);
     EXPECT_EQ(RunLumora(home, "--headless --out x --size 0x10" + scene), 2);
     EXPECT_EQ(RunLumora(home, "--headless --out x --size 640" + scene), 2);
     EXPECT_EQ(RunLumora(home, "--headless --out x --fps 0" + scene), 2);
