@@ -23,6 +23,9 @@ namespace {
 void SceneFrame(benchmark::State& state, const std::string& path, int width, int height)
 {
     setenv("SDL_VIDEODRIVER", "offscreen", 0);
+    // The scenes include "shader.cgh" from the data directory.
+    setenv("LUMORA_APPPATH", LUMORA_SOURCE_DATA_DIR, 0);
+    g_paths.Setup();
     CLog quiet;
     CLog* saved = g_log;
     g_log = &quiet;

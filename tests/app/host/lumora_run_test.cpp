@@ -12,6 +12,7 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <set>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -258,4 +259,40 @@ TEST(LumoraRun, ListsTheSoundSourcesOfTheServer)
     EXPECT_EQ(RunLumora(home, "--list-audio-sources"), 0) << ReadFile(home.File("stderr.txt"));
     EXPECT_NE(ReadFile(home.File("stdout.txt")).find(server.MonitorName()), std::string::npos)
         << ReadFile(home.File("stdout.txt"));
+}
+
+TEST(LumoraRun, TheDefaultPlaylistGivesAVariedShow)
+{
+    // A window on the default playlist of the data directory.
+    CTempDir windowed;
+    ASSERT_EQ(RunLumora(windowed, "--window --frames 60"), 0) << ReadFile(windowed.File("stderr.txt"));
+    EXPECT_GE(Find(LogMessages(windowed), "Scene count. Standalone: "), 0);
+
+    // A minute of it headless with a song: scenes and transitions take turns.
+    CTempDir home;
+    const std::string song = home.File("song.wav");
+    ASSERT_TRUE(RunProgram({"sox", "-R", "-n", "-r", "44100", "-c", "2", song, "synth", "60", "pinknoise", "tremolo",
+                            "2", "90"}));
+    ASSERT_EQ(RunLumora(home, "--headless --size 96x54 --seconds 60 --fps 30 --seed 7 --song '" + song + "' --out '" +
+                                  home.File("show") + "'"),
+              0)
+        << ReadFile(home.File("stderr.txt"));
+    std::set<std::string> scenes;
+    int transitions = 0;
+    const auto quoted = [](const std::string& text, size_t from) {
+        const size_t start = text.find('\'', from) + 1;
+        return text.substr(start, text.find('\'', start) - start);
+    };
+    for (const std::string& message : LogMessages(home)) {
+        if (message.find("Transition '") != std::string::npos)
+            ++transitions;
+        for (const char* marker : {"then new scene '", "New scene: '"}) {
+            const size_t at = message.find(marker);
+            if (at != std::string::npos)
+                scenes.insert(quoted(message, at + std::string(marker).size() - 1));
+        }
+    }
+    EXPECT_GE(scenes.size(), 4u);
+    EXPECT_GE(transitions, 3);
+    EXPECT_TRUE(FileExists(home.File("show/frame-01800.png")));
 }
