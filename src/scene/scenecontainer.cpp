@@ -25,7 +25,12 @@ bool WriteArchive(const QString& path, std::span<const CSceneContainer::SEntry> 
     for (const auto& entry : entries) {
         QuaZipFile file(&zip);
         // Deflate at the default level, raw stream: what every zip reader takes.
-        if (!file.open(QIODevice::WriteOnly, QuaZipNewInfo(entry.m_name))) {
+        QuaZipNewInfo info(entry.m_name);
+        // Without permissions unzip makes files nobody may read; an author
+        // opening a container by hand expects ordinary files.
+        info.setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ReadGroup |
+                            QFileDevice::ReadOther);
+        if (!file.open(QIODevice::WriteOnly, info)) {
             ok = false;
             break;
         }
