@@ -119,8 +119,8 @@ void CPulseCapture::Connect()
 
 void CPulseCapture::ConnectStream()
 {
-    static constexpr pa_sample_spec spec{PA_SAMPLE_FLOAT32LE, Rate, 2};
-    m_stream = pa_stream_new(m_context, "Lumora sound capture", &spec, nullptr);
+    static constexpr pa_sample_spec format{PA_SAMPLE_FLOAT32LE, Rate, 2};
+    m_stream = pa_stream_new(m_context, "Lumora sound capture", &format, nullptr);
     if (!m_stream) {
         Lost(Problem::Other, pa_strerror(pa_context_errno(m_context)));
         return;

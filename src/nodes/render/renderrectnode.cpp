@@ -7,7 +7,7 @@
 #include "render/render.h"
 #include "scene/nodedeclaration.h"
 #include "scene/nodeinfo.h"
-#include "scene/pdeffect.h"
+#include "scene/effectpasses.h"
 #include "scene/renderlist.h"
 
 #include <cmath>
@@ -181,19 +181,9 @@ void CRenderRectNode::Render(CRender* render)
         return;
     const bool intoTarget = render->GetRenderData() && render->GetRenderData()->m_boundFramebuffer != 0;
     CVertexBuffer* vertices = intoTarget ? objects.m_VertexBufferUpsideDown : objects.m_VertexBuffer;
-    static const float white[4] = {1, 1, 1, 1};
-    const CMatrix identity = MatrixIdentity();
-    effect->m_render = render;
-    for (CFxPass* pass = effect->Begin(); pass; pass = effect->NextPass(pass)) {
-        effect->BeginPass(pass);
-        effect->SetColor(white);
-        effect->SetWorld(0, identity.data());
-        render->SetTransform(TS_World, identity.data());
-        effect->CommitChanges(render);
+    DrawEachPass(effect, render, [&] {
         render->SetVertexBuffer(vertices);
         render->SetIndexBuffer(objects.m_IndexBuffer);
         render->DrawIndexedPrimitive(PT_Triangles, 0, objects.m_triangles, 0);
-        effect->EndPass(pass);
-    }
-    effect->End();
+    });
 }

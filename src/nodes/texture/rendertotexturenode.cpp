@@ -13,7 +13,7 @@
 #include "render/texturemanager.h"
 #include "scene/nodedeclaration.h"
 #include "scene/nodeinfo.h"
-#include "scene/pdeffect.h"
+#include "scene/effectpasses.h"
 #include "scene/scenecontext.h"
 
 #include <algorithm>
@@ -219,19 +219,7 @@ void CRenderToTextureNode::Draw(CRender* render, CSceneContext* context)
         m_list.Draw(render);
     } else {
         ClearTransparent(render);
-        static const float white[4] = {1, 1, 1, 1};
-        const CMatrix identity = MatrixIdentity();
-        effect->m_render = render;
-        for (CFxPass* pass = effect->Begin(); pass; pass = effect->NextPass(pass)) {
-            effect->BeginPass(pass);
-            effect->SetColor(white);
-            effect->SetWorld(0, identity.data());
-            render->SetTransform(TS_World, identity.data());
-            effect->CommitChanges(render);
-            render->DrawFullScreenQuad();
-            effect->EndPass(pass);
-        }
-        effect->End();
+        DrawEachPass(effect, render, [render] { render->DrawFullScreenQuad(); });
     }
     current.m_target->Unbind();
 
