@@ -458,14 +458,6 @@ TEST_F(ShaderNodeGL, DetailedNoiseIsZeroOnTheLatticeAndMatchesImprovedNoise)
     ExpectNear(RgbAt(6, 6), {128, Byte(expected), Byte(0.5 + 0.5 * ReferenceNoise(300.5f - 256, y, z, 256, 0))});
 }
 
-TEST(NoiseTextures, HoldThePermutationAndTheTilingNoise)
-{
-    const auto& P = CNoiseTextures::Permutation();
-    EXPECT_EQ(std::set<uint8_t>(P.begin(), P.begin() + 256).size(), 256u) << "a permutation";
-    EXPECT_EQ((std::array<int, 4>{P[0], P[1], P[2], P[3]}), (std::array<int, 4>{151, 160, 137, 91}));
-    EXPECT_TRUE(std::equal(P.begin(), P.begin() + 256, P.begin() + 256));
-}
-
 TEST_F(ShaderNodeGL, NoiseTexturesHoldTheirFormulas)
 {
     CNoiseTextures* noise = m_render->GetRenderData()->GetNoiseTextures();
