@@ -42,7 +42,6 @@ const char* const kSound =
     "in1.x = beat(0.35); in1.y = band(-1, 1, 0, 0.3); in1.z = band(-1, 1, 2, 0.2); "
     "in2.x = band(-1, 1, 1, 0.25); in2.y = band(-1, 3, 0, 0.3); in2.z = spectrum(-1, 0.6, 0.1, 0.2)";
 
-// Nine points of the spectrum for the bar scene.
 // Nine points of the spectrum for the bar scene; without music the bars
 // sway gently.
 const char* const kSpectrumBars =
