@@ -253,6 +253,11 @@ CSceneBase* CLumora::ActivateAnotherScene(int32_t type, int32_t index, bool useT
     if (m_standalone.empty() && m_backgrounds.empty() && m_foregrounds.empty())
         return nullptr;
 
+    // A switch while a transition runs ends that transition at once, so that
+    // the next one starts from the scene now coming in and no transition ever
+    // becomes its own outgoing scene.
+    FinishTransition();
+
     CSceneBase* scene = nullptr;
     if (type == Pick_Random) {
         const size_t total = m_standalone.size() + m_backgrounds.size() + m_foregrounds.size();
@@ -340,6 +345,12 @@ CSceneBase* CLumora::ActivateAnotherScene(int32_t type, int32_t index, bool useT
     return result;
 }
 
+void CLumora::FinishTransition()
+{
+    if (m_active && m_active->m_kind == CSceneBase::Kind_Transition)
+        SetActiveScene(static_cast<CSceneTransition*>(m_active)->m_to);
+}
+
 void CLumora::SetActiveScene(CSceneBase* scene)
 {
     CSceneBase* old = m_active;
@@ -421,7 +432,7 @@ void CLumora::Update(float deltaTime)
                 Log("Transition done %f", double(done));
                 m_scheduled = transition->m_nextRunTime;
                 ResetSceneTimers();
-                SetActiveScene(transition->m_to);
+                FinishTransition();
             }
         } else {
             ActivateAnotherScene(m_randomizeScene && m_windowMode != 5 ? Pick_Random : Pick_Next, 0, true);

@@ -106,6 +106,8 @@ private:
     template <class TList>
     CSceneBase* PickScene(const char* name, TList& available, TList& used);
     void ResetSceneTimers();
+    // Makes the scene that a running transition brings in the active one.
+    void FinishTransition();
     bool AutomaticSwitching() const;
     void ApplyRenderTargetSize(CRender* render) const;
     void LoadExternal();
