@@ -55,6 +55,10 @@ int Spread(const std::string& picture)
     return high - low;
 }
 
+// Mean absolute channel difference, in levels of 255, that a scene's picture
+// with music must keep from its picture in silence at the same moment.
+constexpr double kMusicTellsApart = 4.0;
+
 int Difference(const std::string& a, const std::string& b)
 {
     return ComparePictures(a, b, 2).m_differing;
@@ -155,6 +159,14 @@ TEST_P(ShippedScene, LoadsCompilesAndMovesWithTheMusic)
         // Without a song a headless run hears nothing: the scenes' no-music inputs.
         ASSERT_EQ(RunHeadless(Options("", quiet)), 0);
         EXPECT_GT(Difference(Frame(quiet, 10), Frame(quiet, 25)), 50) << "nothing moves in silence";
+        // The same moments with and without music must look clearly apart.
+        // Rounding between runs stays far below 1 level; a scene that took
+        // the music only as a faint flicker of brightness would reach 2 or
+        // so; each shipped scene reacts with several times that.
+        for (int frame : {15, 30}) {
+            const double apart = ComparePictures(Frame(music, frame), Frame(quiet, frame), 0).m_meanAbsolute;
+            EXPECT_GT(apart, kMusicTellsApart) << "frame " << frame << " hardly changes with the music";
+        }
     }
     for (int frame : {15, 30}) {
         const std::string reference = std::string(std::getenv("LUMORA_TEST_DATA")) + "/reference/" + name + "-" +

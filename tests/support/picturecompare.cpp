@@ -34,14 +34,19 @@ SPictureDifference ComparePictures(const std::string& actual, const std::string&
     if (!result.m_sameSize)
         return result;
     result.m_pixels = aw * ah;
+    double sum = 0;
     for (size_t i = 0; i < a.size(); i += 4) {
         int worst = 0;
-        for (size_t c = 0; c < 3; ++c)
-            worst = std::max(worst, std::abs(int(a[i + c]) - int(b[i + c])));
+        for (size_t c = 0; c < 3; ++c) {
+            const int d = std::abs(int(a[i + c]) - int(b[i + c]));
+            worst = std::max(worst, d);
+            sum += d;
+        }
         result.m_largest = std::max(result.m_largest, worst);
         if (worst > tolerance)
             ++result.m_differing;
     }
+    result.m_meanAbsolute = result.m_pixels > 0 ? sum / (3.0 * result.m_pixels) : 0.0;
     return result;
 }
 

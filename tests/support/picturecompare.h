@@ -12,6 +12,7 @@ struct SPictureDifference
     int m_pixels = 0;          // pixels compared
     int m_differing = 0;       // pixels with a channel off by more than the tolerance
     int m_largest = 0;         // the largest channel difference seen
+    double m_meanAbsolute = 0; // mean absolute difference of a channel, 0 to 255
 };
 
 SPictureDifference ComparePictures(const std::string& actual, const std::string& reference, int tolerance);

@@ -71,6 +71,18 @@ SSceneRecipe Scene(const char* file, const char* desc, const char* tags, const c
     return recipe;
 }
 
+// A scene whose motion runs faster with the music: the speed, an expression
+// of the sound inputs, is summed over the frames into in3.x, so that a louder
+// passage speeds the picture up smoothly instead of jumping it by time times
+// the change of speed.
+SSceneRecipe Scene(const char* file, const char* desc, const char* tags, const char* body, const char* expression,
+                   const char* speed)
+{
+    SSceneRecipe recipe = Scene(file, desc, tags, body, expression);
+    recipe.m_expression += std::string("; perm = perm + deltatime * (") + speed + "); in3.x = perm";
+    return recipe;
+}
+
 SSceneRecipe Transition(const char* file, const char* desc, const char* body)
 {
     SSceneRecipe recipe = Scene(file, desc, "transition", body, "");
@@ -90,13 +102,13 @@ std::vector<SSceneRecipe> SceneRecipes()
 float4 PS_Program(PSInput pi) : COLOR
 {
 	float2 p = ScreenPoint(pi.tex);
-	float t = time * (0.35 + in1.y * 0.5);
+	float t = in3.x;
 	float v = sin(p.x * 3.0 + t) + sin(p.y * 4.0 - t * 1.3) + sin((p.x + p.y) * 2.5 + t * 0.7)
 	        + sin(length(p) * 6.0 - t * 2.0);
 	float3 c = Palette(v * 0.2 + time * 0.05 + in1.x * 0.2, float3(0.0, 0.33, 0.67));
 	return float4(c * (0.55 + in1.x * 0.6), 1.0);
 }
-)"));
+)", kSound, "0.35 + in1.y * 0.5"));
 
     recipes.push_back(Scene("scenes/Tunnel.lmc", "A striped tunnel that rushes forward with the bass and flashes on the beat.",
                             "tunnel,motion", R"(
@@ -105,13 +117,13 @@ float4 PS_Program(PSInput pi) : COLOR
 	float2 p = ScreenPoint(pi.tex);
 	float r = length(p) + 0.001;
 	float a = atan2(p.y, p.x);
-	float depth = 0.7 / r + time * (0.6 + in2.y * 1.5);
+	float depth = 0.7 / r + in3.x;
 	float stripes = 0.5 + 0.5 * sin(depth * 10.0) * sin(a * 6.0 + time * 0.5);
 	float3 c = lerp(float3(0.05, 0.1, 0.35), float3(1.0, 0.45, 0.15), stripes);
 	c += in1.x * float3(0.4, 0.3, 0.6) * stripes;
 	return float4(c * saturate(r * 1.4), 1.0);
 }
-)"));
+)", kSound, "0.6 + in2.y * 1.5"));
 
     recipes.push_back(Scene("scenes/Kaleidoscope.lmc", "Eight mirrored slices of a turning pattern; the treble sharpens it.",
                             "kaleidoscope,symmetry", R"(
@@ -158,7 +170,7 @@ float4 PS_Program(PSInput pi) : COLOR
 	float2 p = ScreenPoint(pi.tex);
 	float3 c = float3(0.0, 0.0, 0.02);
 	for (int layer = 0; layer < 3; layer++) {
-		float z = frac(time * (0.08 + in2.y * 0.1) + layer / 3.0);
+		float z = frac(in3.x + layer / 3.0);
 		float scale = lerp(12.0, 1.0, z);
 		float2 q = p * scale + layer * 17.0;
 		float2 cell = floor(q);
@@ -166,12 +178,15 @@ float4 PS_Program(PSInput pi) : COLOR
 		float h = Hash(cell);
 		float2 offset = float2(Hash(cell + 3.1), Hash(cell + 7.7)) - 0.5;
 		float d = length(f - offset * 0.6);
-		float star = step(0.75, h) * saturate(0.06 * (0.5 + in1.x) / max(d, 0.001) - 0.15) * z;
+		float star = step(0.75 - in1.y * 0.3, h) * saturate(0.06 * (0.5 + in1.x * 2.0) / max(d, 0.001) - 0.15) * z;
 		c += star * lerp(float3(0.6, 0.7, 1.0), float3(1.0, 0.8, 0.6), h);
 	}
+	// A haze of gas that the bass and the beat light up.
+	float haze = 0.5 + 0.5 * sin(p.x * 2.0 + in3.x * 3.0) * sin(p.y * 3.0 - in3.x * 2.0);
+	c += float3(0.25, 0.08, 0.4) * haze * (in1.y * 0.8 + in1.x * 0.4);
 	return float4(c, 1.0);
 }
-)"));
+)", kSound, "0.08 + in2.y * 0.1"));
 
     recipes.push_back(Scene("scenes/Blob.lmc", "A ray-marched ball that the bass dents and the beat lights up.",
                             "raymarch,3d", R"(
@@ -233,7 +248,7 @@ float4 PS_Program(PSInput pi) : COLOR
 	for (int y = -1; y <= 1; y++) {
 		for (int x = -1; x <= 1; x++) {
 			float2 c = cell + float2(x, y);
-			float2 centre = c + 0.5 + 0.4 * sin(time * (0.5 + in2.x) + 6.2831853 * float2(Hash(c), Hash(c + 1.7)));
+			float2 centre = c + 0.5 + 0.4 * sin(in3.x + 6.2831853 * float2(Hash(c), Hash(c + 1.7)));
 			float d = length(p - centre);
 			if (d < nearest) { second = nearest; nearest = d; id = Hash(c); }
 			else if (d < second) { second = d; }
@@ -243,7 +258,7 @@ float4 PS_Program(PSInput pi) : COLOR
 	float3 c = Palette(id + time * 0.05, float3(0.2, 0.4, 0.6)) * (0.4 + 0.6 * (1.0 - nearest)) * border;
 	return float4(c * (0.6 + in1.x * 0.6), 1.0);
 }
-)"));
+)", kSound, "0.5 + in2.x"));
 
     recipes.push_back(Scene("scenes/Sunburst.lmc", "Rays turning around a warm centre; more rays with the treble.",
                             "rays,sun,colour", R"(
@@ -311,13 +326,13 @@ float4 PS_Program(PSInput pi) : COLOR
 		return float4(sky + float3(1.0, 0.5, 0.2) * sun, 1.0);
 	}
 	float depth = 0.4 / (horizon - p.y + 0.02);
-	float2 q = float2(p.x * depth, depth + time * (1.0 + in2.y * 2.0));
+	float2 q = float2(p.x * depth, depth + in3.x);
 	q.y += sin(q.x * 0.5 + time) * in1.y * 0.5;
 	float2 lines = abs(frac(q) - 0.5);
 	float glow = saturate(0.04 * depth / max(min(lines.x, lines.y) * depth, 0.02)) * saturate(3.0 / depth);
 	return float4(float3(0.1, 0.0, 0.15) + float3(0.2, 0.8, 1.0) * glow * (0.6 + in1.x), 1.0);
 }
-)"));
+)", kSound, "1.0 + in2.y * 2.0"));
 
     recipes.push_back(Transition("scenes/transitions/Crossfade.lmc",
                                  "The scene that goes fades into the scene that comes.", R"(
@@ -368,7 +383,8 @@ float4 PS_Program(PSInput pi) : COLOR
     recipes.push_back(post);
 
     SSceneRecipe front = Scene("scenes/layers/Sparks.lmc",
-                               "Foreground: sparks rising over whatever is behind them, more with the treble.",
+                               "Foreground: sparks rising over whatever is behind them, more with the treble, "
+                               "and embers glowing up from below with the bass.",
                                "foreground,sparks", R"(
 float4 PS_Program(PSInput pi) : COLOR
 {
@@ -377,11 +393,16 @@ float4 PS_Program(PSInput pi) : COLOR
 	float speed = 0.3 + Hash(cell) * 0.7;
 	float y = frac(Hash(cell + 2.3) - time * speed * 0.3) * 6.0 - 3.0;
 	float d = length(float2(frac(p.x) - 0.5, (p.y - y) * 0.3));
-	float spark = saturate(0.05 / max(d, 0.001) - 0.2) * step(0.5 - in1.z * 0.5, Hash(cell + 9.1));
-	float3 c = float3(1.0, 0.6, 0.2) * spark * (0.6 + in1.x);
-	return float4(c, saturate(spark));
+	float spark = saturate(0.05 * (1.0 + in1.x * 2.0) / max(d, 0.001) - 0.2)
+	            * step(0.7 - in1.z * 1.5 - in1.y * 0.5, Hash(cell + 9.1));
+	float3 c = float3(1.0, 0.6, 0.2) * spark * (0.6 + in1.x * 1.5);
+	// Embers glowing up from the bottom with the bass.
+	float embers = saturate(in1.y * 1.5 + in1.x * 0.5) * pow(saturate(1.0 - pi.tex.y * 1.6), 2.0)
+	             * (0.7 + 0.3 * sin(p.x * 3.0 + in3.x * 4.0));
+	c += float3(0.9, 0.35, 0.05) * embers;
+	return float4(c, saturate(spark + embers));
 }
-)");
+)", kSound, "0.5 + in1.y");
     front.m_sceneType = 0x2;
     front.m_blended = true;
     recipes.push_back(front);
