@@ -86,6 +86,8 @@ bool ToGlsl(const std::vector<uint32_t>& spirv, std::vector<CSpirvUniformSplitte
     spvc_compiler_options_set_bool(options, SPVC_COMPILER_OPTION_GLSL_ES, SPVC_FALSE);
     spvc_compiler_options_set_bool(options, SPVC_COMPILER_OPTION_GLSL_ENABLE_420PACK_EXTENSION, SPVC_FALSE);
     spvc_compiler_options_set_bool(options, SPVC_COMPILER_OPTION_GLSL_EMIT_UNIFORM_BUFFER_AS_PLAIN_UNIFORMS, SPVC_TRUE);
+    // INSTANCEID is gl_InstanceID itself; draws never start at another instance.
+    spvc_compiler_options_set_bool(options, SPVC_COMPILER_OPTION_GLSL_SUPPORT_NONZERO_BASE_INSTANCE, SPVC_FALSE);
     spvc_compiler_install_compiler_options(compiler, options);
     if (spvc_compiler_compile(compiler, &glsl) != SPVC_SUCCESS) {
         errors = std::string("SPIR-V to GLSL: ") + spvc_context_get_last_error_string(spvc.context);

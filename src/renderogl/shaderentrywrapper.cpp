@@ -380,7 +380,14 @@ bool CShaderEntryWrapper::AddInput(const SLeaf& leaf, std::string& assignment, s
     const int n = Components(leaf.type);
     std::string variable, declaration;
     std::string value;
-    if (m_stage == EShaderStage::Vertex) {
+    if (m_stage == EShaderStage::Vertex && (leaf.semantic == "VERTEXID" || leaf.semantic == "INSTANCEID")) {
+        // Numbers the pipeline counts, not attributes: gl_VertexID and
+        // gl_InstanceID in the GLSL.
+        const bool vertex = leaf.semantic == "VERTEXID";
+        variable = vertex ? "lumora_vertexid" : "lumora_instanceid";
+        declaration = "uint " + variable + (vertex ? " : SV_VertexID" : " : SV_InstanceID");
+        value = variable;
+    } else if (m_stage == EShaderStage::Vertex) {
         const int location = AttributeLocation(leaf.semantic);
         if (location < 0) {
             error = "vertex input '" + leaf.path + "' has semantic " + leaf.semantic + ", which names no attribute";
@@ -400,8 +407,9 @@ bool CShaderEntryWrapper::AddInput(const SLeaf& leaf, std::string& assignment, s
         variable = "lumora_face";
         declaration = "in bool lumora_face : SV_IsFrontFace";
         value = "(lumora_face ? 1.0 : -1.0)";
-    } else if (leaf.semantic == "DEPTH") {
-        error = "fragment input '" + leaf.path + "' has output semantic " + leaf.semantic;
+    } else if (leaf.semantic == "DEPTH" || leaf.semantic == "VERTEXID" || leaf.semantic == "INSTANCEID") {
+        error =
+            "fragment input '" + leaf.path + "' has semantic " + leaf.semantic + ", which only a vertex program reads";
         return false;
     } else {
         variable = "var_" + leaf.semantic;

@@ -18,7 +18,8 @@
 //   match at link;
 // - vertex inputs get the generic attribute number of their semantic;
 // - POSITION, DEPTH, VPOS, PSIZE and FACE are declared through the system
-//   values that glslang recognises in every position.
+//   values that glslang recognises in every position, and so are the vertex
+//   program's VERTEXID and INSTANCEID (gl_VertexID, gl_InstanceID).
 class CShaderEntryWrapper
 {
 public:

@@ -219,3 +219,53 @@ TEST_F(FxOGL, CompileErrorsNameTheEffectLineAndBrokenEffectsAreNull)
     std::unique_ptr<CFxTechnique> odd(fx->GetTechnique("Odd"));
     ASSERT_TRUE(odd);
 }
+
+TEST_F(FxOGL, InstancedDrawsGiveTheVertexProgramVertexAndInstanceNumbers)
+{
+    // A quad over the left half; each instance moves one half to the right
+    // and shows its number in green. Indices 1 and 2 are the top corners.
+    std::unique_ptr<CFx> fx(Manager()->ParseEffect(R"(
+struct VIn { float3 pos : POSITION; int vertexid : VERTEXID; int instanceid : INSTANCEID; };
+struct VOut { float4 pos : POSITION; float4 color : COLOR0; };
+VOut mainVS(VIn v)
+{
+    VOut o;
+    o.pos = float4(v.pos.x + v.instanceid, v.pos.y, 0, 1);
+    o.color = float4(0, v.instanceid, (v.vertexid == 1 || v.vertexid == 2) ? 1 : 0, 1);
+    return o;
+}
+float4 mainPS(VOut i) : COLOR { return i.color; }
+technique T { pass { VertexProgram = compile vp40 mainVS(); FragmentProgram = compile fp40 mainPS(); } }
+)"));
+    ASSERT_TRUE(fx) << Manager()->GetLastError();
+    std::unique_ptr<CFxTechnique> technique(fx->GetBestTechnique());
+    CVertexBuffer* vertices = m_render->CreateVertexBuffer(4, 0, VBF_PC);
+    CIndexBuffer* indices = m_render->CreateIndexBuffer(6, 0);
+    ASSERT_TRUE(technique && vertices && indices);
+    const float corners[4][4] = {{-1, -1, 0, 0}, {-1, 1, 0, 0}, {0, 1, 0, 0}, {0, -1, 0, 0}};
+    std::memcpy(vertices->Lock(), corners, sizeof corners);
+    vertices->Unlock();
+    const uint16_t quad[6] = {0, 1, 2, 2, 3, 0};
+    std::memcpy(indices->Lock(), quad, sizeof quad);
+    indices->Unlock();
+
+    m_render->GetStateManager()->m_states.m_cullMode = 0;
+    ClearTo(0, 0, 0);
+    CFxPass* pass = technique->FirstPass();
+    pass->SetState();
+    m_render->SetVertexBuffer(vertices);
+    m_render->SetIndexBuffer(indices);
+    m_render->DrawIndexedPrimitive(PT_Triangles, 0, 2, 2);
+    pass->ResetState();
+    m_render->SetVertexBuffer(nullptr);
+    m_render->SetIndexBuffer(nullptr);
+    vertices->Release();
+    indices->Release();
+
+    // Rows count from the bottom; blue grows from the bottom to the top edge.
+    for (int x : {3, Width - 4}) {
+        EXPECT_EQ(RgbAt(x, 0)[1], x < Width / 2 ? 0 : 255) << x;
+        EXPECT_LT(RgbAt(x, 0)[2], 20) << x;
+        EXPECT_GT(RgbAt(x, Height - 1)[2], 235) << x;
+    }
+}

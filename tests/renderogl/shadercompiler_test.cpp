@@ -179,6 +179,8 @@ TEST(ShaderCompiler, ErrorsNameTheLineOfTheSource)
          "1 uniform parameters for 2 compile arguments"},
         {"varying without semantic", "float4 main(float2 uv) : COLOR { return uv.xyxy; }\n", "main", {},
          "'lumora_p0' has no semantic"},
+        {"vertex number in a fragment program", "float4 main(int id : VERTEXID) : COLOR { return id; }\n", "main", {},
+         "semantic VERTEXID, which only a vertex program reads"},
         {"argument that does not compile", "float4 main(uniform float a) : COLOR { return a; }\n", "main",
          {"unknownConstant"}, "entry wrapper(4) : error: 'unknownConstant'"},
     };

@@ -55,12 +55,9 @@ constexpr const char* kPermutationSamplers =
     "sampler2D gPermutation2dSampler = sampler_state { MinFilter = Point; MagFilter = Point; AddressU = Repeat; "
     "AddressV = Repeat; };\n"
     "#include \"shader.cgh\"\n";
-// Without `int vertexid : VERTEXID; int instanceid : INSTANCEID;`: the
-// effect layer cannot feed those semantics to a vertex program yet, and a
-// struct that holds them fails every compile.
 constexpr const char* kVertexInput =
     "struct VSInput{float3 pos:ATTR0;float4 col:ATTR3;float2 tex:ATTR8;float4 normal:ATTR2;float4 "
-    "tangent:ATTR14;float4 binormal:ATTR15;};";
+    "tangent:ATTR14;float4 binormal:ATTR15;int vertexid : VERTEXID;int instanceid : INSTANCEID;};";
 constexpr const char* kDefaultTechnique = "\ntechnique Tech1{pass Pass1{VertexShader = compile glslv "
                                           "VS_Program();PixelShader = compile glslf PS_Program();}};";
 
