@@ -12,14 +12,13 @@
 #include "render/noisetextures.h"
 #include "render/render.h"
 #include "render/texture.h"
+#include "scene/effecttext.h"
 #include "scene/nodedeclaration.h"
 #include "scene/nodeinfo.h"
 #include "scene/pdtexture.h"
 #include "scene/scenecontext.h"
 
 #include <algorithm>
-#include <cctype>
-#include <string_view>
 
 namespace {
 
@@ -60,9 +59,6 @@ constexpr const char* kVertexInput =
     "tangent:ATTR14;float4 binormal:ATTR15;int vertexid : VERTEXID;int instanceid : INSTANCEID;};";
 constexpr const char* kDefaultTechnique = "\ntechnique Tech1{pass Pass1{VertexShader = compile glslv "
                                           "VS_Program();PixelShader = compile glslf PS_Program();}};";
-
-constexpr std::string_view kFastFunctions[] = {"_noisefast", "_noisegradientfast", "_fbmfast", "_turbulencefast",
-                                               "_ridgedmffast"};
 
 struct SDeclaration
 {
@@ -117,22 +113,6 @@ constexpr const char* kBlendNames[] = {
     "Inverse Destination Color", "Source Alpha", "Destination Alpha", "Inverse Source Alpha",
     "Inverse Destination Alpha", "Source Alpha Saturate",
 };
-
-// Adds `line` if `name` stands in the text not followed by a letter or a
-// digit. What stands in front isn't examined, so a comment or a longer name
-// that ends in `name` counts as a use: a needless declaration is harmless, a
-// missing one breaks the compile.
-void AddIfUsed(std::string_view text, std::string& header, std::string_view line, std::string_view name)
-{
-    for (size_t at = text.find(name); at != std::string_view::npos; at = text.find(name, at + name.size())) {
-        const size_t behind = at + name.size();
-        const unsigned char c = behind < text.size() ? static_cast<unsigned char>(text[behind]) : 0;
-        if (c < 0x80 && std::isalnum(c))
-            continue;
-        header += line;
-        return;
-    }
-}
 
 std::unique_ptr<CNodeInfo> DeclareShaderNode()
 {
@@ -271,38 +251,13 @@ void CShaderNode::Update(float time, CSceneContext* context)
 std::string CShaderNode::Compose(const std::string& fragment)
 {
     std::string header;
-    if (std::any_of(std::begin(kFastFunctions), std::end(kFastFunctions),
-                    [&](std::string_view name) { return fragment.find(name) != std::string::npos; }))
+    if (UsesFastNoise(fragment))
         header += kFastNoiseSampler;
     header += kPermutationSamplers;
     for (const SDeclaration& declaration : kDeclarations)
         AddIfUsed(fragment, header, declaration.line, declaration.name);
-
-    for (size_t i = 0; i < NumTextures; ++i) {
-        m_samplerDimensions[i] = 0;
-        const CPortTexture* port = m_texturePorts[i];
-        const CPDTexture* source = port->m_value;
-        if (port->m_connections.empty() || !source)
-            continue;
-        m_samplerDimensions[i] = source->m_dimension;
-        const std::string name = kTextureNames[i];
-        if (fragment.find(name + " = sampler_state") != std::string::npos)
-            continue;
-        std::string line;
-        if (source->m_dimension == -1) {
-            line = "samplerCUBE " + name +
-                   " = sampler_state { MinFilter = Linear; MagFilter = Linear; AddressU = ClampToEdge; AddressV = "
-                   "ClampToEdge;  AddressW = ClampToEdge; };\n";
-        } else {
-            // A source without mip maps must not be sampled with a mip map filter.
-            const char* minFilter = (source->m_flags & PDT_MipMaps) ? "LinearMipMapLinear" : "Linear";
-            const char* address = (source->m_flags & (PDT_Clamp | PDT_ClampToEdge)) ? "ClampToEdge" : "Repeat";
-            line = "sampler" + std::to_string(source->m_dimension) + "D " + name +
-                   " = sampler_state { MinFilter = " + minFilter + "; MagFilter = Linear; AddressU = " + address +
-                   "; AddressV = " + address + "; };\n";
-        }
-        AddIfUsed(fragment, header, line, name);
-    }
+    for (size_t i = 0; i < NumTextures; ++i)
+        m_samplerDimensions[i] = AddSampler(fragment, header, *m_texturePorts[i], kTextureNames[i]);
     header += kVertexInput;
 
     std::string text = header + fragment;
