@@ -4,10 +4,11 @@
 #include "app/log.h"
 #include "ports/types/dataports.h"
 #include "ports/types/portint.h"
+#include "render/matrix.h"
 #include "render/render.h"
+#include "scene/effectpasses.h"
 #include "scene/nodedeclaration.h"
 #include "scene/nodeinfo.h"
-#include "scene/effectpasses.h"
 #include "scene/renderlist.h"
 
 #include <cmath>
@@ -38,11 +39,15 @@ void FillIndices(void* memory, int width, int height)
         for (int i = 0; i < width; ++i) {
             const TIndex a = TIndex(j * (width + 1) + i);
             const TIndex b = TIndex(a + width + 1);
-            *out++ = a;
+            // Counter-clockwise as seen, so that the rectangle faces the
+            // camera and stays when back faces are culled: the triangles
+            // a, b + 1, b and b + 1, a, a + 1 with their first two corners
+            // swapped, which llvmpipe fills exactly as it filled those.
             *out++ = TIndex(b + 1);
+            *out++ = a;
             *out++ = b;
-            *out++ = TIndex(b + 1);
             *out++ = a;
+            *out++ = TIndex(b + 1);
             *out++ = TIndex(a + 1);
         }
     }
@@ -150,7 +155,8 @@ bool CRenderRectNode::FillVertices(CVertexBuffer* buffer, long W, long H, bool u
     for (long j = 0; j <= H; ++j) {
         float x = -1.0f, u = 0.0f;
         for (long i = 0; i <= W; ++i) {
-            *vertices++ = SVertexPNTBTC{{x, y * ySign, 0.0f}, 0xFFFFFFFFu, {u, v}, {0, 0, -1}, {1, 0, 0}, {0, 1, 0}, 0};
+            *vertices++ =
+                SVertexPNTBTC{{x, y * ySign, 0.0f}, 0xFFFFFFFFu, {u, v}, {0, 0, -1}, {1, 0, 0}, {0, ySign, 0}, 0};
             x += stepX;
             u += stepU;
         }
@@ -181,7 +187,14 @@ void CRenderRectNode::Render(CRender* render)
         return;
     const bool intoTarget = render->GetRenderData() && render->GetRenderData()->m_boundFramebuffer != 0;
     CVertexBuffer* vertices = intoTarget ? objects.m_VertexBufferUpsideDown : objects.m_VertexBuffer;
-    DrawEachPass(effect, render, [&] {
+    // A program that passes positions through draws the mirrored grid
+    // upright in the target. One that goes through the world matrix gets the
+    // mirror undone there, so that the camera's flipped projection shows the
+    // rectangle as it shows every object drawn into the target.
+    CMatrix world = MatrixIdentity();
+    if (intoTarget)
+        world[5] = -1.0f;
+    DrawEachPass(effect, render, world, [&] {
         render->SetVertexBuffer(vertices);
         render->SetIndexBuffer(objects.m_IndexBuffer);
         render->DrawIndexedPrimitive(PT_Triangles, 0, objects.m_triangles, 0);

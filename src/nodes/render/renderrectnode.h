@@ -31,8 +31,8 @@ public:
     struct SDeviceObjects
     {
         CVertexBuffer* m_VertexBuffer = nullptr;
-        // The same grid mirrored in y for render targets, which are drawn
-        // flipped in y like everything else drawn into them.
+        // The same grid mirrored in y (binormals too) for render targets,
+        // which are drawn flipped in y like everything else drawn into them.
         CVertexBuffer* m_VertexBufferUpsideDown = nullptr;
         CIndexBuffer* m_IndexBuffer = nullptr;
         int m_triangles = 0;

@@ -305,7 +305,8 @@ TEST_F(RenderChain, RectangleBuildsItsGridAndDrawsOnlyWithAnEffect)
     EXPECT_FLOAT_EQ(vertices[0].normal[2], -1.0f);
     const auto* indices =
         reinterpret_cast<const uint32_t*>(static_cast<CMemoryIndexBuffer*>(objects.m_IndexBuffer)->m_bytes.data());
-    EXPECT_EQ((std::vector<uint32_t>(indices, indices + 6)), (std::vector<uint32_t>{0, 402, 401, 402, 0, 1}));
+    // Triangles run counter-clockwise as seen, so that culled back faces keep the rectangle.
+    EXPECT_EQ((std::vector<uint32_t>(indices, indices + 6)), (std::vector<uint32_t>{402, 0, 401, 0, 402, 1}));
 
     // A changed grid is made anew, with 16-bit indices when they suffice.
     Set("RenderRect1.TesselateW", "2");
@@ -315,7 +316,7 @@ TEST_F(RenderChain, RectangleBuildsItsGridAndDrawsOnlyWithAnEffect)
     EXPECT_EQ(objects.m_IndexBuffer->m_count, 12);
     const auto* small =
         reinterpret_cast<const uint16_t*>(static_cast<CMemoryIndexBuffer*>(objects.m_IndexBuffer)->m_bytes.data());
-    EXPECT_EQ((std::vector<uint16_t>(small, small + 12)), (std::vector<uint16_t>{0, 4, 3, 4, 0, 1, 1, 5, 4, 5, 1, 2}));
+    EXPECT_EQ((std::vector<uint16_t>(small, small + 12)), (std::vector<uint16_t>{4, 0, 3, 0, 4, 1, 5, 1, 4, 1, 5, 2}));
 
     // No buffers from the device: the check line names the failed step.
     CLogCapture log;

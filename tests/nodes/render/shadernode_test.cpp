@@ -6,12 +6,15 @@
 #include "ports/port.h"
 #include "ports/types/dataports.h"
 #include "render/noisetextures.h"
+#include "render/render.h"
 #include "render/texture.h"
 #include "render/texturemanager.h"
 #include "renderogl/glfixture.h"
 #include "scene/nodefactory.h"
 #include "scene/nodeinfo.h"
+#include "scene/pdobject.h"
 #include "scene/pdtexture.h"
+#include "scene/renderlist.h"
 #include "scene/scene.h"
 #include "support/logcapture.h"
 
@@ -62,6 +65,71 @@ public:
     std::array<int, 2> m_published{};
     std::shared_ptr<CTexture> m_texture;
     std::unique_ptr<CNodeInfo> m_info;
+};
+
+// A front-facing square over the same area as a RenderRect, with the same
+// texture coordinates (v is 1 at the top), drawn as an object through the
+// render list: the camera and the world matrix place it. Registered under a
+// type name of the factory's order that no engine node uses yet.
+class CSquareObjectNode : public CNode, public CPDObject
+{
+public:
+    ~CSquareObjectNode() override { InvalidateDevice(nullptr); }
+    bool Init() override
+    {
+        m_effect = GetInPort<CPortEffect>("Effect");
+        m_out = GetOutPort<CPortObject>("Object");
+        return m_effect && m_out;
+    }
+    void Update(float time, CSceneContext*) override
+    {
+        UpdateInPorts(time);
+        m_out->m_value = this;
+    }
+    bool RestoreDevice(CRender* render) override
+    {
+        InvalidateDevice(render);
+        m_vertices = render->CreateVertexBuffer(6, 0, VBF_PNTBTC);
+        auto* out = m_vertices ? static_cast<SVertexPNTBTC*>(m_vertices->Lock()) : nullptr;
+        if (!out)
+            return false;
+        // Counter-clockwise as seen from the camera.
+        const float corners[6][4] = {{-1, 1, 0, 1}, {-1, -1, 0, 0}, {1, -1, 1, 0},
+                                     {1, -1, 1, 0}, {1, 1, 1, 1},   {-1, 1, 0, 1}};
+        for (const auto& c : corners)
+            *out++ = SVertexPNTBTC{{c[0], c[1], 0}, 0xFFFFFFFFu, {c[2], c[3]}, {0, 0, -1}, {1, 0, 0}, {0, 1, 0}, 0};
+        m_vertices->Unlock();
+        return true;
+    }
+    void InvalidateDevice(CRender*) override
+    {
+        if (m_vertices)
+            m_vertices->Release();
+        m_vertices = nullptr;
+    }
+    void BuildRenderList(CRenderList* list, CRenderItemList* parents, CCamera* view) override
+    {
+        for (CRenderItem* parent : *parents)
+            parent->m_children.PushBack(list->NewItem(parent->m_world, view, this, m_effect->m_value, parent->m_color));
+    }
+    void Draw(CRender* render) override
+    {
+        render->SetVertexBuffer(m_vertices);
+        render->DrawPrimitive(PT_Triangles, 0, 2);
+    }
+
+    static std::unique_ptr<CNodeInfo> Declare()
+    {
+        auto info = std::make_unique<CNodeInfo>(NG_Objects, "MeshObject",
+                                                [] { return static_cast<CNode*>(new CSquareObjectNode); });
+        info->AddInPort(std::make_unique<CPortEffect>("Effect", "effect"));
+        info->AddOutPort(std::make_unique<CPortObject>("Object", "object"));
+        return info;
+    }
+
+    CPortEffect* m_effect = nullptr;
+    CPortObject* m_out = nullptr;
+    CVertexBuffer* m_vertices = nullptr;
 };
 
 // Positions pass straight through, so the rectangle covers the viewport.
@@ -132,6 +200,9 @@ protected:
         m_factory = CNodeFactory::Get();
         m_factory->Init();
         m_render->GetRenderData()->GetFxManager()->m_includeDirectory = LUMORA_SOURCE_DATA_DIR "/nodedata";
+        m_squareInfo = CSquareObjectNode::Declare();
+        const std::array<CNodeInfo*, 1> infos{m_squareInfo.get()};
+        m_factory->AddInOrder(infos);
         m_scene = std::make_unique<CScene>();
     }
     void TearDown() override
@@ -156,7 +227,15 @@ protected:
         for (const char* type : types)
             ASSERT_NE(m_scene->AddNode(type), nullptr) << type;
     }
-    void Connect(const char* from, const char* to) { ASSERT_TRUE(m_scene->Connect(from, to)) << from << " -> " << to; }
+    void Connect(const std::string& from, const std::string& to)
+    {
+        ASSERT_TRUE(m_scene->Connect(from, to)) << from << " -> " << to;
+    }
+    void NewScene()
+    {
+        m_scene->InvalidateDevice(m_render.get());
+        m_scene = std::make_unique<CScene>();
+    }
 
     // Clear (black) <- RenderRect <- Shader1 with `fragment`, both faces drawn.
     void BuildRect(const std::string& fragment)
@@ -192,7 +271,11 @@ protected:
         return *m_counters.back();
     }
 
+    // The back buffer's pixel, counting rows from the top.
+    Rgb ShownAt(int x, int y) { return RgbAt(x, Height - 1 - y); }
+
     CNodeFactory* m_factory = nullptr;
+    std::unique_ptr<CNodeInfo> m_squareInfo;
     std::vector<std::unique_ptr<CCountingTexture>> m_counters;
     std::unique_ptr<CScene> m_scene;
 };
@@ -494,4 +577,91 @@ TEST_F(ShaderNodeGL, NoiseTexturesHoldTheirFormulas)
         EXPECT_EQ((std::array<int, 2>{t[2], t[3]}), (std::array<int, 2>{127, 255}));
     }
     EXPECT_EQ(perlin->Lock()[0], 127) << "noise is 0 on the lattice";
+}
+
+TEST_F(ShaderNodeGL, VertexNumbersReachTheVertexProgram)
+{
+    // The corners of a one-cell rectangle are numbered row by row from the
+    // top left; a plain draw is instance 0.
+    BuildRect(R"(struct PSInput { float4 hpos : POSITION; float4 col : COLOR0; };
+PSInput VS_Program(VSInput vi)
+{
+    PSInput pi;
+    pi.hpos = float4(vi.pos.xyz, 1.0);
+    pi.col = float4(vi.vertexid / 3.0, vi.instanceid, 0, 1);
+    return pi;
+}
+float4 PS_Program(PSInput pi) : COLOR { return pi.col; }
+)");
+    DrawFrame();
+    ASSERT_TRUE(Shader()->HasTechnique()) << LastError() << "\n" << Shader()->GetComposedText();
+    ExpectNear(ShownAt(0, 0), {0, 0, 0}, 12);
+    ExpectNear(ShownAt(Width - 1, 0), {85, 0, 0}, 12);
+    ExpectNear(ShownAt(0, Height - 1), {170, 0, 0}, 12);
+    ExpectNear(ShownAt(Width - 1, Height - 1), {255, 0, 0}, 12);
+}
+
+TEST_F(ShaderNodeGL, TheDefaultCullModeDrawsRectanglesAndObjectsUprightOnScreenAndInATarget)
+{
+    const std::string throughCamera =
+        "struct PSInput { float4 hpos : POSITION; float2 tex : TEXCOORD0; };\n"
+        "PSInput VS_Program(VSInput vi)\n"
+        "{ PSInput pi; pi.hpos = mul(gWVP, float4(vi.pos.xyz, 1.0)); pi.tex = vi.tex; return pi; }\n";
+    // A picture that tells all four corners apart: red on the right, green at the top.
+    const std::string quadrants = "float4 PS_Program(PSInput pi) : COLOR { return float4(step(0.5, pi.tex.x), "
+                                  "step(0.5, pi.tex.y), 0, 1); }\n";
+    struct SCase
+    {
+        const char* what;
+        bool object;
+        std::string fragment;
+    };
+    const SCase cases[] = {
+        {"a rectangle through gWVP", false, throughCamera + quadrants},
+        {"a rectangle that passes positions through", false, kPassThrough + quadrants},
+        {"an object through gWVP", true, throughCamera + quadrants},
+    };
+    for (const SCase& c : cases) {
+        for (bool intoTarget : {false, true}) {
+            const std::string where = std::string(c.what) + (intoTarget ? " in a target" : " on screen");
+            // Blue clear, then the picture; all shaders keep the default cull mode.
+            NewScene();
+            Add({"Screen", "Clear", "Shader", c.object ? "RenderObject" : "RenderRect"});
+            const std::string step = c.object ? "RenderObject1" : "RenderRect1";
+            if (c.object) {
+                Add({"MeshObject"});
+                Connect("Shader1.Effect", "MeshObject1.Effect");
+                Connect("MeshObject1.Object", "RenderObject1.Object");
+            } else {
+                Connect("Shader1.Effect", "RenderRect1.Effect");
+            }
+            Connect("Clear1.Render", step + ".Render");
+            Set("Clear1.Color", "0 0 1 1");
+            SetShader(c.fragment);
+            if (!intoTarget) {
+                Connect(step + ".Render", "Screen1.Render");
+            } else {
+                // Drawn through Screen2 into the target, shown on a grey
+                // clear the way scenes show textures of targets, whose rows
+                // run from the picture's top.
+                const std::string view = m_scene->AddNode("RenderRect")->m_name;
+                Add({"Screen", "RenderToTexture", "Clear", "Shader"});
+                Connect(step + ".Render", "Screen2.Render");
+                Connect("Screen2.Render", "RenderToTexture1.Render");
+                Connect("Clear2.Render", view + ".Render");
+                Connect(view + ".Render", "Screen1.Render");
+                Set("Clear2.Color", "0.5 0.5 0.5 1");
+                Connect("Shader2.Effect", view + ".Effect");
+                Connect("RenderToTexture1.Color", "Shader2.Texture1");
+                Set("Shader2.Shader", Fragment("tex2D(tex1, float2(pi.tex.x, 1.0 - pi.tex.y))"));
+            }
+            DrawFrame();
+
+            // Points inside the square however the camera shows it.
+            EXPECT_EQ(ShownAt(10, 3), (Rgb{0, 255, 0})) << where << ": top left";
+            EXPECT_EQ(ShownAt(21, 3), (Rgb{255, 255, 0})) << where << ": top right";
+            EXPECT_EQ(ShownAt(10, 12), (Rgb{0, 0, 0})) << where << ": bottom left";
+            EXPECT_EQ(ShownAt(21, 12), (Rgb{255, 0, 0})) << where << ": bottom right";
+        }
+    }
 }
