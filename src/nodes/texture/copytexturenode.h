@@ -1,0 +1,103 @@
+#pragma once
+
+#include "render/fx.h"
+#include "scene/node.h"
+#include "scene/pdeffect.h"
+#include "scene/pdtexture.h"
+
+#include <array>
+#include <memory>
+#include <string>
+
+class CPortBool;
+class CPortColor;
+class CPortInt;
+class CPortString;
+class CPortTexture;
+class CPortVector;
+class CRenderTarget;
+class CVertexBuffer;
+
+// Runs a small shader of the author's over a texture into a smaller one,
+// when a reader first asks for it in a frame. The effect it compiles is its
+// own: as an effect holder it draws nothing (Begin answers null).
+class CCopyTextureNode : public CNode, public CPDTexture, public CPDEffect
+{
+public:
+    ~CCopyTextureNode() override;
+    bool Init() override;
+    void Update(float time, CSceneContext* context) override;
+    void FrameFinished() override;
+    bool RestoreDevice(CRender* render) override;
+    void InvalidateDevice(CRender* render) override;
+
+    // The copy made this frame; the first call of a frame draws it.
+    std::shared_ptr<CTexture> GetTexture(CRender* render) override;
+
+    CFxPass* Begin() override { return nullptr; }
+    void BeginPass(CFxPass*) override {}
+    CFxPass* NextPass(CFxPass*) override { return nullptr; }
+    void EndPass(CFxPass*) override {}
+    void End() override {}
+    void SetColor(const float*) override {}
+    void SetWorld(int, const float*) override {}
+    void CommitChanges(CRender*) override {}
+
+    bool HasTechnique() const { return m_technique != nullptr; }
+    // The whole text handed to the compiler at the last RestoreDevice.
+    const std::string& GetComposedText() const { return m_composedText; }
+
+    static constexpr int NumTextures = 3;
+
+private:
+    std::string Compose(const std::string& fragment);
+    bool MakeQuad(CRender* render);
+    void Draw(CRender* render, const std::shared_ptr<CTexture>& source);
+    void ReleaseQuad();
+
+    CPortInt* m_textureSize = nullptr;
+    CPortBool* m_createMipMaps = nullptr;
+    std::array<CPortVector*, 3> m_inPorts{};
+    std::array<CPortColor*, 2> m_colorPorts{};
+    CPortString* m_shader = nullptr;
+    std::array<CPortTexture*, NumTextures> m_texturePorts{};
+    CPortTexture* m_out = nullptr;
+
+    float m_time = 0.0f;
+    float m_in[3][3] = {};
+    float m_colors[2][4] = {};
+
+    std::unique_ptr<CFx> m_fx;
+    std::unique_ptr<CFxTechnique> m_technique;
+    std::string m_composedText;
+    // Dimension of each Texture port's record when the text was composed.
+    std::array<int, NumTextures> m_samplerDimensions{};
+    std::shared_ptr<CRenderTarget> m_target;
+
+    enum EParam
+    {
+        P_Time,
+        P_In1,
+        P_In2,
+        P_In3,
+        P_Color1,
+        P_Color2,
+        P_Tex1Size,
+        P_Tex2Size,
+        P_Tex3Size,
+        P_Tex1,
+        P_Tex2,
+        P_Tex3,
+        P_FastPerlinNoise,
+        P_Permutation1D,
+        P_Permutation2D,
+        P_Count
+    };
+    std::array<CFxParam, P_Count> m_params{};
+
+    struct SDeviceQuad
+    {
+        CVertexBuffer* m_VertexBuffer = nullptr;
+    };
+    std::array<SDeviceQuad, 1> m_quads;
+};
