@@ -96,7 +96,7 @@ TEST(WindowKeys, SceneKeysDuringTransitionsKeepTheShowRunning)
 
     // The shipped show with three transitions and a layered entry, and a
     // playlist of one transition, which a press used to pick while it ran.
-    for (const std::string playlist :
+    for (const std::string& playlist :
          {std::string("[apppath]playlists/Default.lmp"), std::string(LUMORA_SHARED_TEST_DATA "/playlists/colours.lmp")}) {
         SCOPED_TRACE(playlist);
         const SKeyRun run = PressKeysThrough(playlist, 11);
