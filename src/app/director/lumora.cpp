@@ -1,6 +1,7 @@
 #include "app/director/lumora.h"
 
 #include "app/cfg.h"
+#include "app/crashnotes.h"
 #include "app/director/playlist.h"
 #include "app/host/clock.h"
 #include "app/log.h"
@@ -49,6 +50,18 @@ void MoveTo(TList& from, size_t index, TList& to)
 {
     to.push_back(std::move(from[index]));
     from.erase(from.begin() + std::ptrdiff_t(index));
+}
+
+// A crash report names what was playing.
+void NoteForCrashReport(const CSceneBase* scene)
+{
+    std::string text = scene ? scene->GetFileName() : std::string();
+    if (scene && scene->m_kind == CSceneBase::Kind_Transition) {
+        const auto* transition = static_cast<const CSceneTransition*>(scene);
+        text += " (transition from '" + (transition->m_from ? transition->m_from->GetFileName() : std::string()) +
+                "' to '" + (transition->m_to ? transition->m_to->GetFileName() : std::string()) + "')";
+    }
+    g_crashNotes.SetSceneFile(text);
 }
 
 template <class TList>
@@ -368,6 +381,7 @@ void CLumora::SetActiveScene(CSceneBase* scene)
     if (old && old->m_pooled)
         m_layeredPool.push_back(static_cast<CSceneLayered*>(old));
     m_active = scene;
+    NoteForCrashReport(scene);
     // Coming from a transition, the scene already has its resources.
     if (scene && (!old || old->m_kind != CSceneBase::Kind_Transition))
         scene->ForceRestore();

@@ -9,6 +9,7 @@
 #include <sys/wait.h>
 
 #include <algorithm>
+#include <csignal>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -20,15 +21,16 @@
 namespace {
 
 // Runs the lumora executable headless with its own user directory.
-// With `terminateAfter` it is sent SIGTERM after that many seconds.
+// With `terminateAfter` it is sent `signal` after that many seconds; a run
+// that dies of a signal gives 128 plus its number.
 int RunLumora(const CTempDir& home, const std::string& arguments, const char* terminateAfter = nullptr,
-              const std::string& environment = "")
+              const std::string& environment = "", const char* signal = "TERM")
 {
     std::string command = LUMORA_RUN_ENVIRONMENT " " + environment + " SDL_VIDEODRIVER=offscreen XDG_CONFIG_HOME='" + home.Path() + "' MESA_SHADER_CACHE_DIR='" +
                           home.Path() + "' '" LUMORA_EXECUTABLE "' " + arguments + " >'" + home.File("stdout.txt") +
                           "' 2>'" + home.File("stderr.txt") + "'";
     if (terminateAfter)
-        command = "(" + command + " & sleep " + terminateAfter + "; kill -TERM $!; wait $!)";
+        command = "(" + command + " & sleep " + terminateAfter + "; kill -" + signal + " $!; wait $!)";
     const int status = std::system(command.c_str());
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
@@ -119,6 +121,19 @@ TEST(LumoraRun, FullScreenOpensOneWindowPerMonitorAndBadOptionsGiveUsage)
     EXPECT_EQ(RunLumora(other, "--bogus"), 2);
 }
 
+
+TEST(LumoraRun, ACrashLeavesAReportThatNamesTheFunctions)
+{
+    CTempDir home;
+    WriteClearScene(home.File("black.lms"), "0 0 0 1");
+    EXPECT_EQ(RunLumora(home, "--window -f '" + home.File("black.lms") + "'", "2", "", "SEGV"), 128 + SIGSEGV);
+    const std::string report = ReadFile(home.File("lumora/crash.txt"));
+    EXPECT_NE(report.find("Lumora " LUMORA_VERSION " crashed with signal 11 (SEGV)\nScene: "), std::string::npos)
+        << report;
+    // The executable exports its symbols, so even its own frames have names.
+    EXPECT_NE(report.find("  main + 0x"), std::string::npos) << report;
+    EXPECT_NE(report.find(" in lumora\n"), std::string::npos) << report;
+}
 
 TEST(LumoraRun, HeadlessRunWritesEveryFrameAndSaysWhatItDid)
 {
