@@ -189,6 +189,16 @@ int RunVisualizer(const SOptions& options)
     host.m_maxFrames = options.frames;
     if (!host.Init())
         return 3;
+    if (!host.m_render->HasDisplay()) {
+        const bool named = getenv("DISPLAY") || getenv("WAYLAND_DISPLAY");
+        const std::string text = std::string("no display to show the visualizer on (") +
+                                 (named ? "the display named by DISPLAY or WAYLAND_DISPLAY does not answer"
+                                        : "DISPLAY and WAYLAND_DISPLAY are not set") +
+                                 "); --headless --out <dir> records pictures without a screen";
+        fprintf(stderr, "lumora: %s\n", text.c_str());
+        Error("%s", text.c_str());
+        return 4;
+    }
     if (!options.startScene.empty())
         host.m_config->StartScene = options.startScene;
     if (!options.songPath.empty())

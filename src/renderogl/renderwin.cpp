@@ -6,6 +6,32 @@
 
 #include <SDL.h>
 
+#include <cstdlib>
+#include <cstring>
+
+namespace {
+
+// Without WAYLAND_DISPLAY and XDG_RUNTIME_DIR no compositor can be reached,
+// and libwayland says so on stderr each time SDL tries: SDL tries the other
+// drivers only.
+void LeaveOutUnreachableWayland()
+{
+    if (getenv("WAYLAND_DISPLAY") || getenv("XDG_RUNTIME_DIR"))
+        return;
+    std::string drivers;
+    for (int i = 0; i < SDL_GetNumVideoDrivers(); ++i) {
+        const char* name = SDL_GetVideoDriver(i);
+        if (!name || strcmp(name, "wayland") == 0)
+            continue;
+        if (!drivers.empty())
+            drivers += ',';
+        drivers += name;
+    }
+    SDL_SetHint(SDL_HINT_VIDEODRIVER, drivers.c_str());
+}
+
+} // namespace
+
 CRenderWin::CRenderWin(CUserApp3d* app)
 {
     m_app = app;
@@ -26,11 +52,21 @@ bool CRenderWin::Init(bool enumerateMonitors)
     m_fpsFigure = 0.0f;
     m_frames = 0;
     m_fpsStart = std::chrono::steady_clock::now();
+    const char* chosen = SDL_GetHint(SDL_HINT_VIDEODRIVER);
+    const bool driverChosen = chosen && *chosen;
     if (!m_videoInit) {
-        if (SDL_InitSubSystem(SDL_INIT_VIDEO) != 0)
+        if (!driverChosen)
+            LeaveOutUnreachableWayland();
+        const int result = SDL_InitSubSystem(SDL_INIT_VIDEO);
+        if (!driverChosen)
+            SDL_ResetHint(SDL_HINT_VIDEODRIVER);
+        if (result != 0)
             return Error("SDL video init failed: %s", SDL_GetError());
         m_videoInit = true;
     }
+    const char* driver = SDL_GetCurrentVideoDriver();
+    const bool inMemory = driver && (strcmp(driver, "offscreen") == 0 || strcmp(driver, "dummy") == 0);
+    m_hasDisplay = driverChosen || !inMemory;
     if (enumerateMonitors)
         EnumerateMonitors();
     SDL_Rect primary{0, 0, 0, 0};

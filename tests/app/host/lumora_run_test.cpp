@@ -35,6 +35,18 @@ int RunLumora(const CTempDir& home, const std::string& arguments, const char* te
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
+// Runs it as a user at a console would: no display server, no video driver
+// chosen, no runtime directory.
+int RunWithoutDisplay(const CTempDir& home, const std::string& arguments, const std::string& environment = "")
+{
+    const std::string command = "env -u DISPLAY -u WAYLAND_DISPLAY -u SDL_VIDEODRIVER -u XDG_RUNTIME_DIR " LUMORA_RUN_ENVIRONMENT
+                                " " + environment + " XDG_CONFIG_HOME='" + home.Path() + "' MESA_SHADER_CACHE_DIR='" +
+                                home.Path() + "' '" LUMORA_EXECUTABLE "' " + arguments + " >'" +
+                                home.File("stdout.txt") + "' 2>'" + home.File("stderr.txt") + "'";
+    const int status = std::system(command.c_str());
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
 std::vector<std::string> LogMessages(const CTempDir& home)
 {
     std::vector<std::string> out;
@@ -121,6 +133,28 @@ TEST(LumoraRun, FullScreenOpensOneWindowPerMonitorAndBadOptionsGiveUsage)
     EXPECT_EQ(RunLumora(other, "--bogus"), 2);
 }
 
+
+TEST(LumoraRun, WithoutADisplayAWindowRunSaysSoAndEnds)
+{
+    CTempDir home;
+    WriteClearScene(home.File("black.lms"), "0 0 0 1");
+    const std::string scene = " -f '" + home.File("black.lms") + "'";
+    // A frame budget, so that a run that plays to nobody still ends.
+    for (const std::string mode : {"", "--window", "--fullscreen"}) {
+        EXPECT_EQ(RunWithoutDisplay(home, mode + " --frames 30" + scene), 4) << mode;
+        const std::string said = ReadFile(home.File("stderr.txt"));
+        EXPECT_EQ(std::count(said.begin(), said.end(), '\n'), 1) << said;
+        EXPECT_NE(said.find("lumora: no display to show the visualizer on"), std::string::npos) << said;
+        EXPECT_NE(said.find("--headless"), std::string::npos) << said;
+    }
+    EXPECT_GE(Find(LogMessages(home), "!ERROR! : no display to show the visualizer on"), 0);
+
+    // Recording needs no screen, and a driver the user chose is taken as meant.
+    EXPECT_EQ(RunWithoutDisplay(home, "--headless --size 32x18 --seconds 0.1 --out '" + home.File("f") + "'" + scene),
+              0);
+    EXPECT_EQ(RunWithoutDisplay(home, "--window --frames 2" + scene, "SDL_VIDEODRIVER=offscreen"), 0);
+    EXPECT_EQ(RunWithoutDisplay(home, "--list-node-types"), 0);
+}
 
 TEST(LumoraRun, ACrashLeavesAReportThatNamesTheFunctions)
 {
