@@ -205,7 +205,7 @@ bool CRenderWin::Initialize3DEnvironment()
     bool firstJoin = true;
     for (CRenderWindow& w : m_windows) {
         if (w.m_monitor && w.m_monitor->m_leaveBlack)
-            continue; // stays a black window and never gets the context
+            continue; // a black window: the context is made on one that shows pictures
         if (!m_context && !InitOpenGL(w.m_window))
             return false;
         if (w.m_fullScreen && w.m_monitor) {
@@ -246,7 +246,7 @@ bool CRenderWin::SwitchToRenderWindow(int index)
         m_currentRect = w.m_monitor->m_rect;
     }
     // One window keeps the context current; only several switch it.
-    if (m_windows.size() > 1 && m_context && !(w.m_monitor && w.m_monitor->m_leaveBlack)) {
+    if (m_windows.size() > 1 && m_context) {
         static bool reported = false;
         if (!m_context->MakeCurrent(w.m_window) && !reported) {
             reported = true;
@@ -288,19 +288,19 @@ bool CRenderWin::Render3DEnvironment(bool clearOnly)
     UpdateFps();
     for (int index = 0; SwitchToRenderWindow(index); ++index) {
         const CRenderWindow& w = m_windows[index];
-        if (w.m_monitor && w.m_monitor->m_leaveBlack)
-            continue;
-        if (m_failed || clearOnly || !m_app) {
-            const float black[4] = {0, 0, 0, 0};
-            Clear(black, 1.0f, CF_Color | CF_Depth);
+        // A window left black is cleared and shown like the others, or it
+        // would show whatever the desktop left in it.
+        const bool black = w.m_monitor && w.m_monitor->m_leaveBlack;
+        if (m_failed || clearOnly || !m_app || black) {
+            const float color[4] = {0, 0, 0, 0};
+            Clear(color, 1.0f, CF_Color | CF_Depth);
         } else {
             m_app->Draw(this);
         }
     }
     // All windows are drawn first and all swapped afterwards.
     for (const CRenderWindow& w : m_windows)
-        if (!(w.m_monitor && w.m_monitor->m_leaveBlack))
-            SDL_GL_SwapWindow(w.m_window);
+        SDL_GL_SwapWindow(w.m_window);
     if (m_app)
         m_app->FrameFinished();
     return true;
