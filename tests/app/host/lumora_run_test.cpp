@@ -127,6 +127,16 @@ TEST(LumoraRun, FullScreenOpensOneWindowPerMonitorAndBadOptionsGiveUsage)
     EXPECT_EQ(RunLumora(oldGL, "--window --frames 2" + scene, nullptr, "MESA_GL_VERSION_OVERRIDE=1.4"), 4);
     EXPECT_GE(Find(LogMessages(oldGL), "!ERROR! : This program needs a graphics card with drivers that supports at least OpenGL 2.0"), 0);
 
+    // So is one whose shading language is too old for the effects.
+    CTempDir oldGLSL;
+    EXPECT_EQ(RunLumora(oldGLSL, "--window --frames 2" + scene, nullptr,
+                        "MESA_GL_VERSION_OVERRIDE=3.0COMPAT MESA_GLSL_VERSION_OVERRIDE=130"),
+              4);
+    const std::vector<std::string> glslMessages = LogMessages(oldGLSL);
+    EXPECT_GE(Find(glslMessages, "!ERROR! : Effects need GLSL 3.30, and this context offers GLSL 1.30"), 0);
+    EXPECT_GE(Find(glslMessages, "!ERROR! : Failed to init the FxManager"), 0);
+    EXPECT_GE(Find(glslMessages, "Lumora stopped with exit code 4"), 0);
+
     CTempDir other;
     EXPECT_EQ(RunLumora(other, "--frames"), 2);
     EXPECT_EQ(RunLumora(other, "--frames 0"), 2);
