@@ -264,6 +264,14 @@ TEST_F(Director, PlaylistEntriesThatDoNotLoadAreLeftOutAndForegroundsLoseTheirCl
     EXPECT_EQ(layered->m_foreground->FindNode("Clear1"), nullptr) << "a foreground never wipes the background";
     EXPECT_NE(layered->m_background->FindNode("Clear1"), nullptr);
 
+    // One made from an entry: an empty part is no layer, not an empty scene.
+    const std::string front = WriteScene("front2");
+    const CSceneLayered* made = director.CreateLayeredScene(";" + front + ";");
+    EXPECT_EQ(made->m_background, nullptr);
+    ASSERT_NE(made->m_foreground, nullptr);
+    EXPECT_EQ(made->m_foreground->FindNode("Clear1"), nullptr);
+    EXPECT_EQ(made->GetFileName(), ";" + front + ";");
+
     // A layered entry of fewer than three parts breaks the playlist.
     CPlaylist broken;
     broken.Add(broken.m_scenes, WriteScene("a") + ";" + WriteScene("b"));

@@ -80,6 +80,27 @@ void WriteClearScene(const std::string& path, const char* rgba)
                         "</LumoraScene>\n");
 }
 
+// A scene that draws one rectangle over the whole picture with `colour`, a
+// pixel shader expression; `tex1` is the picture of the layers below.
+void WriteRectScene(const std::string& path, const char* colour)
+{
+    const bool readsBelow = std::string(colour).find("tex1") != std::string::npos;
+    WriteFile(path, std::string("<?xml version=\"1.0\"?>\n<LumoraScene Id=\"rect00001\" SceneType=\"0\">\n<Nodes>"
+                                "<Node Type=\"Screen\" Name=\"Screen1\"/><Node Type=\"RenderRect\" Name=\"RenderRect1\"/>"
+                                "<Node Type=\"Shader\" Name=\"Shader1\"><Port Id=\"CullMode\" Value=\"0\"/>"
+                                "<Port Id=\"DepthTest\" Value=\"false\"/><Port Id=\"Shader\"><Value>"
+                                "struct PSInput { float4 hpos : POSITION; float2 tex : TEXCOORD0; };\n"
+                                "PSInput VS_Program(VSInput vi) { PSInput pi; pi.hpos = float4(vi.pos.xyz, 1.0); "
+                                "pi.tex = vi.tex; return pi; }\n"
+                                "float4 PS_Program(PSInput pi) : COLOR { return ") +
+                        colour + "; }\n</Value></Port></Node>" +
+                        (readsBelow ? "<Node Type=\"PreviousLayer\" Name=\"PreviousLayer1\"/>" : "") +
+                        "</Nodes>\n<Connections><Connection Out=\"RenderRect1.Render\" In=\"Screen1.Render\"/>"
+                        "<Connection Out=\"Shader1.Effect\" In=\"RenderRect1.Effect\"/>" +
+                        (readsBelow ? "<Connection Out=\"PreviousLayer1.Color\" In=\"Shader1.Texture1\"/>" : "") +
+                        "</Connections>\n</LumoraScene>\n");
+}
+
 std::string FrameNameOf(int number)
 {
     char name[32];
@@ -203,6 +224,54 @@ TEST(LumoraRun, HeadlessRunWritesEveryFrameAndSaysWhatItDid)
     CTempDir windowed;
     EXPECT_EQ(RunLumora(windowed, "--window --frames 3 -f '" + home.File("orange.lms") + "'"), 0);
     EXPECT_GE(Find(LogMessages(windowed), "Playing scene"), 0);
+}
+
+// The form the front end passes for previews: background, foreground and
+// postprocessing scene, any of them left out.
+TEST(LumoraRun, ALayeredEntryPlaysItsLayersInOrder)
+{
+    CTempDir home;
+    WriteClearScene(home.File("red.lms"), "1 0 0 1");
+    WriteRectScene(home.File("green.lms"), "float4(0, 1, 0, 1)");
+    WriteRectScene(home.File("invert.lms"), "float4(1 - tex2D(tex1, pi.tex).rgb, 1)");
+    const auto file = [&home](const char* name) { return name[0] ? home.File(name) : std::string(); };
+    struct SCase
+    {
+        const char* background;
+        const char* foreground;
+        const char* postprocessing;
+        SPixel expected;
+    };
+    for (const SCase& c : {SCase{"red.lms", "", "invert.lms", {0, 255, 255}},
+                           SCase{"red.lms", "green.lms", "invert.lms", {255, 0, 255}},
+                           SCase{"", "green.lms", "", {0, 255, 0}}}) {
+        const std::string entry = file(c.background) + ";" + file(c.foreground) + ";" + file(c.postprocessing);
+        const std::string out = home.File("frames");
+        ASSERT_EQ(RunLumora(home, "--headless --size 32x18 --seconds 0.1 --out '" + out + "' -f '" + entry + "'"), 0)
+            << entry << "\n" << ReadFile(home.File("stderr.txt"));
+        EXPECT_EQ(PixelAt(out + "/frame-00001.png", 16, 9), c.expected) << entry;
+    }
+
+    const std::string full = home.File("red.lms") + ";" + home.File("green.lms") + ";" + home.File("invert.lms");
+    ASSERT_EQ(RunLumora(home, "--window --frames 3 -f '" + full + "'"), 0) << ReadFile(home.File("stderr.txt"));
+    EXPECT_GE(Find(LogMessages(home), "Playing layered scene \"" + full + "\""), 0);
+
+    // A layer that cannot play is named, and nothing plays.
+    WriteFile(home.File("broken.lmc"), "PK\x03\x04 truncated");
+    struct SRefused
+    {
+        std::string entry;
+        const char* said;
+    };
+    for (const SRefused& r : {SRefused{home.File("red.lms") + ";" + home.File("gone.lms") + ";",
+                                       "the foreground scene file \""},
+                              SRefused{";;" + home.File("broken.lmc"), "the postprocessing scene file \""},
+                              SRefused{";;", "names no scene"},
+                              SRefused{home.File("red.lms") + ";", "needs three parts"}}) {
+        EXPECT_EQ(RunLumora(home, "--window --frames 3 -f '" + r.entry + "'"), 1) << r.entry;
+        EXPECT_NE(ReadFile(home.File("stderr.txt")).find(r.said), std::string::npos)
+            << ReadFile(home.File("stderr.txt"));
+    }
 }
 
 TEST(LumoraRun, HeadlessRunRefusesMissingScenesAndIncompleteOptions)
