@@ -82,7 +82,10 @@ void CLog::CloseLog()
 
 void CLog::FlushForCrash()
 {
-    CloseLog();
+    // Only flushed: fclose frees the stream's buffer, and a crash inside the
+    // allocator may hold its lock. The process ends right after.
+    if (m_file)
+        fflush(m_file);
 }
 
 void Log(const char* format, ...)

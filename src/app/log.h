@@ -28,8 +28,8 @@ public:
     // bytes is deleted so that the log starts over. Too long a path is ignored.
     void SetLogFile(const char* path);
     void CloseLog();
-    // Writes buffered lines to disk and closes the stream; safe in a signal handler
-    // as far as the C library allows.
+    // Writes buffered lines to disk without freeing anything; safe in a
+    // signal handler as far as the C library allows.
     void FlushForCrash();
 
     const char* GetFirstError() const { return m_firstError; }

@@ -35,7 +35,8 @@ constexpr const char* kUsage =
     "Usage: lumora [options]\n"
     "\n"
     "Options:\n"
-    "  -f <file>           play this playlist (.lmp) or scene (.lmc or .lms)\n"
+    "  -f <file>           play this playlist (.lmp) or scene (.lmc or .lms), or the\n"
+    "                      layered scene \"background;foreground;postprocessing\"\n"
     "                      (default: [apppath]playlists/Default.lmp)\n"
     "  --fullscreen        one full-screen window per monitor (the default)\n"
     "  --window            a plain window of 1280x720\n"
@@ -189,6 +190,16 @@ int RunVisualizer(const SOptions& options)
     host.m_maxFrames = options.frames;
     if (!host.Init())
         return 3;
+    if (!host.m_render->HasDisplay()) {
+        const bool named = getenv("DISPLAY") || getenv("WAYLAND_DISPLAY");
+        const std::string text = std::string("no display to show the visualizer on (") +
+                                 (named ? "the display named by DISPLAY or WAYLAND_DISPLAY does not answer"
+                                        : "DISPLAY and WAYLAND_DISPLAY are not set") +
+                                 "); --headless --out <dir> records pictures without a screen";
+        fprintf(stderr, "lumora: %s\n", text.c_str());
+        Error("%s", text.c_str());
+        return 4;
+    }
     if (!options.startScene.empty())
         host.m_config->StartScene = options.startScene;
     if (!options.songPath.empty())

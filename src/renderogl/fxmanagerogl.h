@@ -11,6 +11,8 @@ public:
     explicit CFxManagerOGL(CRenderData* owner) : CFxManager(owner) {}
     ~CFxManagerOGL() override;
 
+    // False when this context cannot run the programs effects compile to.
+    bool Init() override;
     void Free() override;
     CFx* ParseEffect(const std::string& text) override;
     CFx* LoadEffect(const std::string& name, bool cached) override;

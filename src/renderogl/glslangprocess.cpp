@@ -2,9 +2,8 @@
 
 #include <glslang/Public/ShaderLang.h>
 
-CGlslangProcess::CGlslangProcess()
+CGlslangProcess::CGlslangProcess() : m_ready(glslang::InitializeProcess())
 {
-    glslang::InitializeProcess();
 }
 
 CGlslangProcess::~CGlslangProcess()
@@ -12,9 +11,10 @@ CGlslangProcess::~CGlslangProcess()
     glslang::FinalizeProcess();
 }
 
-void CGlslangProcess::Ensure()
+bool CGlslangProcess::Ensure()
 {
     // A function-local static is built on first use and destroyed at exit
     // after every shader object of ours, which all live inside function calls.
     static CGlslangProcess s_process;
+    return s_process.m_ready;
 }

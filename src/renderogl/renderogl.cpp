@@ -1,5 +1,7 @@
 #include "renderogl/renderogl.h"
 
+#include "app/log.h"
+
 #include "renderogl/bufferogl.h"
 #include "renderogl/fxmanagerogl.h"
 #include "renderogl/renderstatemanagerogl.h"
@@ -39,7 +41,8 @@ bool CRenderOGL::InitDevice()
     if (!m_data->GetNoiseTextures()->Init(*m_data->GetTextureManager()))
         return false;
     m_data->SetFxManager(std::make_unique<CFxManagerOGL>(m_data.get()));
-    m_data->GetFxManager()->Init();
+    if (!m_data->GetFxManager()->Init())
+        return Error("Failed to init the FxManager");
     glPixelStorei(GL_UNPACK_ALIGNMENT, 1);
     return true;
 }

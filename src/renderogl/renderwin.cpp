@@ -6,6 +6,32 @@
 
 #include <SDL.h>
 
+#include <cstdlib>
+#include <cstring>
+
+namespace {
+
+// Without WAYLAND_DISPLAY and XDG_RUNTIME_DIR no compositor can be reached,
+// and libwayland says so on stderr each time SDL tries: SDL tries the other
+// drivers only.
+void LeaveOutUnreachableWayland()
+{
+    if (getenv("WAYLAND_DISPLAY") || getenv("XDG_RUNTIME_DIR"))
+        return;
+    std::string drivers;
+    for (int i = 0; i < SDL_GetNumVideoDrivers(); ++i) {
+        const char* name = SDL_GetVideoDriver(i);
+        if (!name || strcmp(name, "wayland") == 0)
+            continue;
+        if (!drivers.empty())
+            drivers += ',';
+        drivers += name;
+    }
+    SDL_SetHint(SDL_HINT_VIDEODRIVER, drivers.c_str());
+}
+
+} // namespace
+
 CRenderWin::CRenderWin(CUserApp3d* app)
 {
     m_app = app;
@@ -26,11 +52,21 @@ bool CRenderWin::Init(bool enumerateMonitors)
     m_fpsFigure = 0.0f;
     m_frames = 0;
     m_fpsStart = std::chrono::steady_clock::now();
+    const char* chosen = SDL_GetHint(SDL_HINT_VIDEODRIVER);
+    const bool driverChosen = chosen && *chosen;
     if (!m_videoInit) {
-        if (SDL_InitSubSystem(SDL_INIT_VIDEO) != 0)
+        if (!driverChosen)
+            LeaveOutUnreachableWayland();
+        const int result = SDL_InitSubSystem(SDL_INIT_VIDEO);
+        if (!driverChosen)
+            SDL_ResetHint(SDL_HINT_VIDEODRIVER);
+        if (result != 0)
             return Error("SDL video init failed: %s", SDL_GetError());
         m_videoInit = true;
     }
+    const char* driver = SDL_GetCurrentVideoDriver();
+    const bool inMemory = driver && (strcmp(driver, "offscreen") == 0 || strcmp(driver, "dummy") == 0);
+    m_hasDisplay = driverChosen || !inMemory;
     if (enumerateMonitors)
         EnumerateMonitors();
     SDL_Rect primary{0, 0, 0, 0};
@@ -169,7 +205,7 @@ bool CRenderWin::Initialize3DEnvironment()
     bool firstJoin = true;
     for (CRenderWindow& w : m_windows) {
         if (w.m_monitor && w.m_monitor->m_leaveBlack)
-            continue; // stays a black window and never gets the context
+            continue; // a black window: the context is made on one that shows pictures
         if (!m_context && !InitOpenGL(w.m_window))
             return false;
         if (w.m_fullScreen && w.m_monitor) {
@@ -210,7 +246,7 @@ bool CRenderWin::SwitchToRenderWindow(int index)
         m_currentRect = w.m_monitor->m_rect;
     }
     // One window keeps the context current; only several switch it.
-    if (m_windows.size() > 1 && m_context && !(w.m_monitor && w.m_monitor->m_leaveBlack)) {
+    if (m_windows.size() > 1 && m_context) {
         static bool reported = false;
         if (!m_context->MakeCurrent(w.m_window) && !reported) {
             reported = true;
@@ -252,19 +288,19 @@ bool CRenderWin::Render3DEnvironment(bool clearOnly)
     UpdateFps();
     for (int index = 0; SwitchToRenderWindow(index); ++index) {
         const CRenderWindow& w = m_windows[index];
-        if (w.m_monitor && w.m_monitor->m_leaveBlack)
-            continue;
-        if (m_failed || clearOnly || !m_app) {
-            const float black[4] = {0, 0, 0, 0};
-            Clear(black, 1.0f, CF_Color | CF_Depth);
+        // A window left black is cleared and shown like the others, or it
+        // would show whatever the desktop left in it.
+        const bool black = w.m_monitor && w.m_monitor->m_leaveBlack;
+        if (m_failed || clearOnly || !m_app || black) {
+            const float color[4] = {0, 0, 0, 0};
+            Clear(color, 1.0f, CF_Color | CF_Depth);
         } else {
             m_app->Draw(this);
         }
     }
     // All windows are drawn first and all swapped afterwards.
     for (const CRenderWindow& w : m_windows)
-        if (!(w.m_monitor && w.m_monitor->m_leaveBlack))
-            SDL_GL_SwapWindow(w.m_window);
+        SDL_GL_SwapWindow(w.m_window);
     if (m_app)
         m_app->FrameFinished();
     return true;

@@ -71,6 +71,10 @@ public:
     std::array<float, 4> GetCurrentSection() const override;
     // True for a window that gets pictures: ours and not left black.
     bool IsRenderWindow(SDL_Window* window) const;
+    // False when video started without a screen: no display server answered
+    // and SDL fell back to drawing into memory, which nobody sees. A driver
+    // chosen through SDL_VIDEODRIVER counts as a display. Known after Init.
+    bool HasDisplay() const { return m_hasDisplay; }
 
     std::vector<CMonitor> m_monitors;
     std::vector<CRenderWindow> m_windows;
@@ -96,6 +100,7 @@ private:
 
     std::unique_ptr<CGLContext> m_context;
     bool m_videoInit = false;
+    bool m_hasDisplay = true;
     int m_frames = 0;
     std::chrono::steady_clock::time_point m_fpsStart;
 };

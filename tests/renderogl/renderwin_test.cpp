@@ -6,6 +6,7 @@
 
 #include <SDL.h>
 
+#include <algorithm>
 #include <chrono>
 #include <string>
 #include <vector>
@@ -68,14 +69,22 @@ TEST(RenderWin, FullScreenWindowPerMonitorWithSections)
     EXPECT_FALSE(render.SwitchToRenderWindow(2));
     EXPECT_EQ(render.m_currentWindow, 1);
 
-    // A monitor left black keeps its window but never gets a picture.
+    // A monitor left black keeps its window and never gets a picture, but
+    // the window is cleared to black every frame, whatever it held.
     EXPECT_TRUE(render.IsRenderWindow(render.m_windows[1].m_window));
+    ASSERT_TRUE(render.SwitchToRenderWindow(1));
+    const float red[4] = {1, 0, 0, 1};
+    render.Clear(red, 1.0f, CF_Color | CF_Depth);
     render.m_monitors[1].m_leaveBlack = true;
     EXPECT_FALSE(render.IsRenderWindow(render.m_windows[1].m_window));
     EXPECT_FALSE(render.IsRenderWindow(nullptr));
     app.m_drawnRects.clear();
     render.Render3DEnvironment(false);
     EXPECT_EQ(app.m_drawnRects, (std::vector<SRect>{SRect{0, 0, 64, 48}}));
+    ASSERT_EQ(SDL_GL_MakeCurrent(render.m_windows[1].m_window, SDL_GL_GetCurrentContext()), 0);
+    std::vector<unsigned char> pixels(64 * 48 * 3, 0xFF);
+    render.ReadPixels(pixels.data());
+    EXPECT_EQ(std::count(pixels.begin(), pixels.end(), 0), std::ptrdiff_t(pixels.size())) << "left black";
 
     // The failed flag makes every frame black without the application.
     render.m_failed = true;

@@ -1,6 +1,7 @@
 #include "app/director/lumora.h"
 
 #include "app/cfg.h"
+#include "app/crashnotes.h"
 #include "app/director/playlist.h"
 #include "app/host/clock.h"
 #include "app/log.h"
@@ -49,6 +50,18 @@ void MoveTo(TList& from, size_t index, TList& to)
 {
     to.push_back(std::move(from[index]));
     from.erase(from.begin() + std::ptrdiff_t(index));
+}
+
+// A crash report names what was playing.
+void NoteForCrashReport(const CSceneBase* scene)
+{
+    std::string text = scene ? scene->GetFileName() : std::string();
+    if (scene && scene->m_kind == CSceneBase::Kind_Transition) {
+        const auto* transition = static_cast<const CSceneTransition*>(scene);
+        text += " (transition from '" + (transition->m_from ? transition->m_from->GetFileName() : std::string()) +
+                "' to '" + (transition->m_to ? transition->m_to->GetFileName() : std::string()) + "')";
+    }
+    g_crashNotes.SetSceneFile(text);
 }
 
 template <class TList>
@@ -368,6 +381,7 @@ void CLumora::SetActiveScene(CSceneBase* scene)
     if (old && old->m_pooled)
         m_layeredPool.push_back(static_cast<CSceneLayered*>(old));
     m_active = scene;
+    NoteForCrashReport(scene);
     // Coming from a transition, the scene already has its resources.
     if (scene && (!old || old->m_kind != CSceneBase::Kind_Transition))
         scene->ForceRestore();
@@ -595,10 +609,22 @@ bool CLumora::PlayOnly(std::unique_ptr<CScene> scene)
 {
     Free();
     m_standalone.push_back(std::move(scene));
+    return ActivateOnly();
+}
+
+bool CLumora::PlayOnly(std::array<std::unique_ptr<CScene>, 3> layers)
+{
+    Free();
+    AddLayeredScene(std::move(layers));
+    return ActivateOnly();
+}
+
+bool CLumora::ActivateOnly()
+{
     m_sequentialIndex = 0;
     CSceneBase* only = ActivateAnotherScene(Pick_Index, 0, false);
     if (!only || !PrepareForDrawing(only)) {
-        m_standalone.clear();
+        Free();
         return false;
     }
     SetActiveScene(only);
@@ -805,27 +831,30 @@ bool CLumora::StripClearNodes(CScene& scene, CNode* node)
 
 CSceneLayered* CLumora::CreateLayeredScene(const std::string& text)
 {
-    std::string parts[3];
-    size_t start = 0;
-    for (int i = 0; i < 3; ++i) {
-        const size_t at = i < 2 ? text.find(';', start) : std::string::npos;
-        parts[i] = text.substr(start, at == std::string::npos ? std::string::npos : at - start);
-        if (at == std::string::npos)
-            break;
-        start = at + 1;
-    }
+    std::array<std::string, 3> parts;
+    // Parts left out at the end are empty.
+    for (std::string padded = text; !CPlaylist::SplitLayered(padded, parts);)
+        padded += ';';
+    std::array<std::unique_ptr<CScene>, 3> layers;
+    for (size_t i = 0; i < parts.size(); ++i)
+        if (!parts[i].empty())
+            layers[i].reset(LoadSceneFile(ExpandPath(WithSlashes(parts[i]))));
+    return AddLayeredScene(std::move(layers));
+}
+
+CSceneLayered* CLumora::AddLayeredScene(std::array<std::unique_ptr<CScene>, 3> layers)
+{
     auto layered = std::make_unique<CSceneLayered>();
-    const auto load = [&](const std::string& part, int32_t type, SceneList& list) {
-        CScene* scene = LoadSceneFile(ExpandPath(WithSlashes(part)));
-        scene->m_sceneType = type;
-        list.emplace_back(scene);
-        return scene;
+    const auto add = [](std::unique_ptr<CScene>& layer, int32_t type, SceneList& list) -> CScene* {
+        if (!layer)
+            return nullptr;
+        layer->m_sceneType = type;
+        list.push_back(std::move(layer));
+        return list.back().get();
     };
-    layered->m_background = load(parts[0], CScene::SceneType_Background, m_backgrounds);
-    if (!parts[1].empty())
-        layered->m_foreground = load(parts[1], CScene::SceneType_Foreground, m_foregrounds);
-    if (!parts[2].empty())
-        layered->m_postprocessing = load(parts[2], CScene::SceneType_PostProcessing, m_postprocessings);
+    layered->m_background = add(layers[0], CScene::SceneType_Background, m_backgrounds);
+    layered->m_foreground = add(layers[1], CScene::SceneType_Foreground, m_foregrounds);
+    layered->m_postprocessing = add(layers[2], CScene::SceneType_PostProcessing, m_postprocessings);
     PrepareLayeredScenes();
     layered->Prepare();
     UpdateRunInfo();

@@ -2,6 +2,7 @@
 
 #include "render/fx.h"
 
+#include <array>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -71,11 +72,14 @@ public:
     // Makes `scene` the only one of the run and activates it; false when it
     // cannot be drawn.
     bool PlayOnly(std::unique_ptr<CScene> scene);
+    // The same for the layered scene of a background, a foreground and a
+    // postprocessing scene, any of which may be missing.
+    bool PlayOnly(std::array<std::unique_ptr<CScene>, 3> layers);
     bool LoadScene(const std::string& path);
     CSceneBase* FindSceneByFile(const std::string& name) const;
     bool DeleteScene(const std::string& name);
     // "background;foreground;postprocessing", loaded and appended to the
-    // playable scenes; not activated.
+    // playable scenes; not activated. An empty part means no such layer.
     CSceneLayered* CreateLayeredScene(const std::string& text);
 
     CSceneBase* ActivateAnotherScene(int32_t type, int32_t index, bool useTransition);
@@ -110,6 +114,12 @@ private:
     void FinishTransition();
     bool AutomaticSwitching() const;
     void ApplyRenderTargetSize(CRender* render) const;
+    // Activates the one playable scene; false, with every scene gone, when it
+    // cannot be drawn.
+    bool ActivateOnly();
+    // The layers go to their lists, and a layered scene of them to the
+    // playable ones.
+    CSceneLayered* AddLayeredScene(std::array<std::unique_ptr<CScene>, 3> layers);
     void LoadExternal();
     void PrepareLayeredScenes();
     static bool StripClearNodes(CScene& scene, class CNode* node);

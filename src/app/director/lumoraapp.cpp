@@ -30,38 +30,81 @@ void CLumoraApp::Start(const CCfg& config, CRender* render, int windowMode, int 
     m_director->Init();
 }
 
+namespace {
+
+// Loads a scene that is to be drawn, or says in `error` why it cannot be;
+// `what` names it in the message.
+std::unique_ptr<CScene> LoadPlayable(const std::string& path, const std::string& what, std::string& error)
+{
+    const std::string expanded = ExpandPath(path);
+    const std::string named = what + " \"" + expanded + "\"";
+    std::error_code ignored;
+    if (path.empty() || !std::filesystem::is_regular_file(expanded, ignored)) {
+        error = named + " does not exist";
+        return nullptr;
+    }
+    auto scene = std::make_unique<CScene>();
+    if (!scene->Load(expanded, true)) {
+        error = named + " cannot be opened; it is not a scene container";
+        return nullptr;
+    }
+    if (scene->m_readFailed) {
+        error = named + " is broken; the log tells where";
+        return nullptr;
+    }
+    if (!scene->m_root) {
+        error = named + " has no Screen node, so it draws nothing";
+        return nullptr;
+    }
+    return scene;
+}
+
+} // namespace
+
 bool CLumoraApp::Play(const std::string& path, std::string& error)
 {
+    if (CPlaylist::IsLayered(path))
+        return PlayLayered(path, error);
     const bool playlist = path.size() > 4 && path.compare(path.size() - 4, 4, ".lmp") == 0;
     return playlist ? PlayPlaylist(path, error) : PlayScene(path, error);
 }
 
 bool CLumoraApp::PlayScene(const std::string& path, std::string& error)
 {
+    std::unique_ptr<CScene> scene = LoadPlayable(path, "the scene file", error);
+    if (!scene)
+        return false;
     const std::string expanded = ExpandPath(path);
-    std::error_code ignored;
-    if (path.empty() || !std::filesystem::is_regular_file(expanded, ignored)) {
-        error = "the scene file \"" + expanded + "\" does not exist";
-        return false;
-    }
-    auto scene = std::make_unique<CScene>();
-    if (!scene->Load(expanded, true)) {
-        error = "the scene file \"" + expanded + "\" cannot be opened; it is not a scene container";
-        return false;
-    }
-    if (scene->m_readFailed) {
-        error = "the scene file \"" + expanded + "\" is broken; the log tells where";
-        return false;
-    }
-    if (!scene->m_root) {
-        error = "the scene file \"" + expanded + "\" has no Screen node, so it draws nothing";
-        return false;
-    }
     if (!m_director->PlayOnly(std::move(scene))) {
         error = "the scene \"" + expanded + "\" cannot be drawn on this device; the log tells why";
         return false;
     }
     Log("Playing scene \"%s\"", expanded.c_str());
+    return true;
+}
+
+bool CLumoraApp::PlayLayered(const std::string& entry, std::string& error)
+{
+    std::array<std::string, 3> parts;
+    if (!CPlaylist::SplitLayered(entry, parts)) {
+        error = "the layered entry \"" + entry + "\" needs three parts: background;foreground;postprocessing";
+        return false;
+    }
+    if (parts[0].empty() && parts[1].empty() && parts[2].empty()) {
+        error = "the layered entry \"" + entry + "\" names no scene";
+        return false;
+    }
+    static const char* const roles[] = {"the background scene file", "the foreground scene file",
+                                        "the postprocessing scene file"};
+    std::array<std::unique_ptr<CScene>, 3> layers;
+    for (size_t i = 0; i < parts.size(); ++i)
+        if (!parts[i].empty() && !(layers[i] = LoadPlayable(parts[i], roles[i], error)))
+            return false;
+    if (!m_director->PlayOnly(std::move(layers))) {
+        error = "the layered scene \"" + entry + "\" cannot be drawn on this device; the log tells why";
+        return false;
+    }
+    Log("Playing layered scene \"%s\"", entry.c_str());
     return true;
 }
 

@@ -21,13 +21,16 @@ public:
     // Makes the director once the host has its configuration and windows.
     void Start(const CCfg& config, CRender* render, int windowMode, int appType);
 
-    // A playlist (".lmp") or one scene; false, with `error` set to a message
-    // for the user, when nothing of it can play.
+    // A playlist (".lmp"), a layered entry or one scene; false, with `error`
+    // set to a message for the user, when nothing of it can play.
     bool Play(const std::string& path, std::string& error);
     // Loads a playlist and picks its first scene.
     bool PlayPlaylist(const std::string& path, std::string& error);
     // Plays one scene file over and over.
     bool PlayScene(const std::string& path, std::string& error);
+    // Plays the layered scene of "background;foreground;postprocessing",
+    // where an empty part means no such layer.
+    bool PlayLayered(const std::string& entry, std::string& error);
 
     bool Update(float deltaTime) override;
     bool Draw(CRender* render) override;

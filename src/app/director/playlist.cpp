@@ -245,3 +245,15 @@ CScene& CPlaylist::Add(Entries& list, std::string_view fileName, std::string_vie
     list.push_back(std::move(entry));
     return *list.back();
 }
+
+bool CPlaylist::SplitLayered(std::string_view fileName, std::array<std::string, 3>& parts)
+{
+    const size_t first = fileName.find(';');
+    const size_t second = first == std::string_view::npos ? first : fileName.find(';', first + 1);
+    if (second == std::string_view::npos)
+        return false;
+    parts[0] = fileName.substr(0, first);
+    parts[1] = fileName.substr(first + 1, second - first - 1);
+    parts[2] = fileName.substr(second + 1);
+    return true;
+}

@@ -2,6 +2,7 @@
 
 #include "scene/scene.h"
 
+#include <array>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -38,6 +39,10 @@ public:
                 float runTime = 0.0f);
 
     static bool IsLayered(std::string_view fileName) { return fileName.find(';') != std::string_view::npos; }
+    // The background, foreground and postprocessing parts of a layered
+    // entry, split at its first two ";"; an empty part means no such layer.
+    // False when the entry has fewer than two separators.
+    static bool SplitLayered(std::string_view fileName, std::array<std::string, 3>& parts);
 
     std::string m_activeSceneFile;
     Entries m_transitions;

@@ -4,6 +4,7 @@
 #include "app/host/apptypewin.h"
 #include "app/log.h"
 #include "app/director/lumoraapp.h"
+#include "app/director/playlist.h"
 #include "app/host/clock.h"
 #include "app/paths.h"
 #include "app/random.h"
@@ -112,8 +113,10 @@ int RunHeadless(const SHeadlessOptions& options)
     // caller chose a driver.
     setenv("SDL_VIDEODRIVER", "offscreen", 0);
 
+    // A layered entry's files are checked when it is played.
     std::error_code ignored;
-    if (!std::filesystem::is_regular_file(ExpandPath(options.m_scenePath), ignored))
+    if (!CPlaylist::IsLayered(options.m_scenePath) &&
+        !std::filesystem::is_regular_file(ExpandPath(options.m_scenePath), ignored))
         return Fail(1, "the file \"" + options.m_scenePath + "\" does not exist");
 
     const int frames = HeadlessFrameCount(options);

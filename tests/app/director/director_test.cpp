@@ -3,6 +3,7 @@
 // which transition.
 
 #include "app/cfg.h"
+#include "app/crashnotes.h"
 #include "app/director/lumora.h"
 #include "app/director/playlist.h"
 #include "app/host/clock.h"
@@ -168,6 +169,10 @@ TEST_F(Director, TransitionsStartAtTheEndOfARunAndHandOverAfterTheirLength)
     EXPECT_FLOAT_EQ(director->GetScheduled(), 1.0f);
     EXPECT_FLOAT_EQ(transition->m_nextRunTime, 7.0f);
     EXPECT_TRUE(m_log.Contains("Transition '"));
+    // A crash report would name the scenes on screen.
+    EXPECT_EQ(std::string(g_crashNotes.SceneFile()), m_dir.File("t0.lms") + " (transition from '" +
+                                                         transition->m_from->GetFileName() + "' to '" +
+                                                         transition->m_to->GetFileName() + "')");
 
     // The transition's own run time of 2 s is its length.
     Run(*director, 1.8);
@@ -177,6 +182,7 @@ TEST_F(Director, TransitionsStartAtTheEndOfARunAndHandOverAfterTheirLength)
     EXPECT_NE(Active(*director), first);
     EXPECT_FLOAT_EQ(director->GetScheduled(), 7.0f);
     EXPECT_TRUE(m_log.Contains("Transition done"));
+    EXPECT_EQ(std::string(g_crashNotes.SceneFile()), director->GetActiveScene()->GetFileName());
 
     // One scene only: its time restarts and no transition begins.
     auto single = Play(1, 1, 2);
@@ -257,6 +263,14 @@ TEST_F(Director, PlaylistEntriesThatDoNotLoadAreLeftOutAndForegroundsLoseTheirCl
     ASSERT_NE(layered->m_foreground, nullptr);
     EXPECT_EQ(layered->m_foreground->FindNode("Clear1"), nullptr) << "a foreground never wipes the background";
     EXPECT_NE(layered->m_background->FindNode("Clear1"), nullptr);
+
+    // One made from an entry: an empty part is no layer, not an empty scene.
+    const std::string front = WriteScene("front2");
+    const CSceneLayered* made = director.CreateLayeredScene(";" + front + ";");
+    EXPECT_EQ(made->m_background, nullptr);
+    ASSERT_NE(made->m_foreground, nullptr);
+    EXPECT_EQ(made->m_foreground->FindNode("Clear1"), nullptr);
+    EXPECT_EQ(made->GetFileName(), ";" + front + ";");
 
     // A layered entry of fewer than three parts breaks the playlist.
     CPlaylist broken;

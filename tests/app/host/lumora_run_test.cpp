@@ -9,6 +9,7 @@
 #include <sys/wait.h>
 
 #include <algorithm>
+#include <csignal>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -20,15 +21,28 @@
 namespace {
 
 // Runs the lumora executable headless with its own user directory.
-// With `terminateAfter` it is sent SIGTERM after that many seconds.
+// With `terminateAfter` it is sent `signal` after that many seconds; a run
+// that dies of a signal gives 128 plus its number.
 int RunLumora(const CTempDir& home, const std::string& arguments, const char* terminateAfter = nullptr,
-              const std::string& environment = "")
+              const std::string& environment = "", const char* signal = "TERM")
 {
     std::string command = LUMORA_RUN_ENVIRONMENT " " + environment + " SDL_VIDEODRIVER=offscreen XDG_CONFIG_HOME='" + home.Path() + "' MESA_SHADER_CACHE_DIR='" +
                           home.Path() + "' '" LUMORA_EXECUTABLE "' " + arguments + " >'" + home.File("stdout.txt") +
                           "' 2>'" + home.File("stderr.txt") + "'";
     if (terminateAfter)
-        command = "(" + command + " & sleep " + terminateAfter + "; kill -TERM $!; wait $!)";
+        command = "(" + command + " & sleep " + terminateAfter + "; kill -" + signal + " $!; wait $!)";
+    const int status = std::system(command.c_str());
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+// Runs it as a user at a console would: no display server, no video driver
+// chosen, no runtime directory.
+int RunWithoutDisplay(const CTempDir& home, const std::string& arguments, const std::string& environment = "")
+{
+    const std::string command = "env -u DISPLAY -u WAYLAND_DISPLAY -u SDL_VIDEODRIVER -u XDG_RUNTIME_DIR " LUMORA_RUN_ENVIRONMENT
+                                " " + environment + " XDG_CONFIG_HOME='" + home.Path() + "' MESA_SHADER_CACHE_DIR='" +
+                                home.Path() + "' '" LUMORA_EXECUTABLE "' " + arguments + " >'" +
+                                home.File("stdout.txt") + "' 2>'" + home.File("stderr.txt") + "'";
     const int status = std::system(command.c_str());
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
@@ -64,6 +78,27 @@ void WriteClearScene(const std::string& path, const char* rgba)
                         "\"/></Node><Node Type=\"Screen\" Name=\"Screen1\"/></Nodes>\n"
                         "<Connections><Connection Out=\"Clear1.Render\" In=\"Screen1.Render\"/></Connections>\n"
                         "</LumoraScene>\n");
+}
+
+// A scene that draws one rectangle over the whole picture with `colour`, a
+// pixel shader expression; `tex1` is the picture of the layers below.
+void WriteRectScene(const std::string& path, const char* colour)
+{
+    const bool readsBelow = std::string(colour).find("tex1") != std::string::npos;
+    WriteFile(path, std::string("<?xml version=\"1.0\"?>\n<LumoraScene Id=\"rect00001\" SceneType=\"0\">\n<Nodes>"
+                                "<Node Type=\"Screen\" Name=\"Screen1\"/><Node Type=\"RenderRect\" Name=\"RenderRect1\"/>"
+                                "<Node Type=\"Shader\" Name=\"Shader1\"><Port Id=\"CullMode\" Value=\"0\"/>"
+                                "<Port Id=\"DepthTest\" Value=\"false\"/><Port Id=\"Shader\"><Value>"
+                                "struct PSInput { float4 hpos : POSITION; float2 tex : TEXCOORD0; };\n"
+                                "PSInput VS_Program(VSInput vi) { PSInput pi; pi.hpos = float4(vi.pos.xyz, 1.0); "
+                                "pi.tex = vi.tex; return pi; }\n"
+                                "float4 PS_Program(PSInput pi) : COLOR { return ") +
+                        colour + "; }\n</Value></Port></Node>" +
+                        (readsBelow ? "<Node Type=\"PreviousLayer\" Name=\"PreviousLayer1\"/>" : "") +
+                        "</Nodes>\n<Connections><Connection Out=\"RenderRect1.Render\" In=\"Screen1.Render\"/>"
+                        "<Connection Out=\"Shader1.Effect\" In=\"RenderRect1.Effect\"/>" +
+                        (readsBelow ? "<Connection Out=\"PreviousLayer1.Color\" In=\"Shader1.Texture1\"/>" : "") +
+                        "</Connections>\n</LumoraScene>\n");
 }
 
 std::string FrameNameOf(int number)
@@ -113,12 +148,57 @@ TEST(LumoraRun, FullScreenOpensOneWindowPerMonitorAndBadOptionsGiveUsage)
     EXPECT_EQ(RunLumora(oldGL, "--window --frames 2" + scene, nullptr, "MESA_GL_VERSION_OVERRIDE=1.4"), 4);
     EXPECT_GE(Find(LogMessages(oldGL), "!ERROR! : This program needs a graphics card with drivers that supports at least OpenGL 2.0"), 0);
 
+    // So is one whose shading language is too old for the effects.
+    CTempDir oldGLSL;
+    EXPECT_EQ(RunLumora(oldGLSL, "--window --frames 2" + scene, nullptr,
+                        "MESA_GL_VERSION_OVERRIDE=3.0COMPAT MESA_GLSL_VERSION_OVERRIDE=130"),
+              4);
+    const std::vector<std::string> glslMessages = LogMessages(oldGLSL);
+    EXPECT_GE(Find(glslMessages, "!ERROR! : Effects need GLSL 3.30, and this context offers GLSL 1.30"), 0);
+    EXPECT_GE(Find(glslMessages, "!ERROR! : Failed to init the FxManager"), 0);
+    EXPECT_GE(Find(glslMessages, "Lumora stopped with exit code 4"), 0);
+
     CTempDir other;
     EXPECT_EQ(RunLumora(other, "--frames"), 2);
     EXPECT_EQ(RunLumora(other, "--frames 0"), 2);
     EXPECT_EQ(RunLumora(other, "--bogus"), 2);
 }
 
+
+TEST(LumoraRun, WithoutADisplayAWindowRunSaysSoAndEnds)
+{
+    CTempDir home;
+    WriteClearScene(home.File("black.lms"), "0 0 0 1");
+    const std::string scene = " -f '" + home.File("black.lms") + "'";
+    // A frame budget, so that a run that plays to nobody still ends.
+    for (const std::string mode : {"", "--window", "--fullscreen"}) {
+        EXPECT_EQ(RunWithoutDisplay(home, mode + " --frames 30" + scene), 4) << mode;
+        const std::string said = ReadFile(home.File("stderr.txt"));
+        EXPECT_EQ(std::count(said.begin(), said.end(), '\n'), 1) << said;
+        EXPECT_NE(said.find("lumora: no display to show the visualizer on"), std::string::npos) << said;
+        EXPECT_NE(said.find("--headless"), std::string::npos) << said;
+    }
+    EXPECT_GE(Find(LogMessages(home), "!ERROR! : no display to show the visualizer on"), 0);
+
+    // Recording needs no screen, and a driver the user chose is taken as meant.
+    EXPECT_EQ(RunWithoutDisplay(home, "--headless --size 32x18 --seconds 0.1 --out '" + home.File("f") + "'" + scene),
+              0);
+    EXPECT_EQ(RunWithoutDisplay(home, "--window --frames 2" + scene, "SDL_VIDEODRIVER=offscreen"), 0);
+    EXPECT_EQ(RunWithoutDisplay(home, "--list-node-types"), 0);
+}
+
+TEST(LumoraRun, ACrashLeavesAReportThatNamesTheFunctions)
+{
+    CTempDir home;
+    WriteClearScene(home.File("black.lms"), "0 0 0 1");
+    EXPECT_EQ(RunLumora(home, "--window -f '" + home.File("black.lms") + "'", "2", "", "SEGV"), 128 + SIGSEGV);
+    const std::string report = ReadFile(home.File("lumora/crash.txt"));
+    EXPECT_NE(report.find("Lumora " LUMORA_VERSION " crashed with signal 11 (SEGV)\nScene: "), std::string::npos)
+        << report;
+    // The executable exports its symbols, so even its own frames have names.
+    EXPECT_NE(report.find("  main + 0x"), std::string::npos) << report;
+    EXPECT_NE(report.find(" in lumora\n"), std::string::npos) << report;
+}
 
 TEST(LumoraRun, HeadlessRunWritesEveryFrameAndSaysWhatItDid)
 {
@@ -144,6 +224,54 @@ TEST(LumoraRun, HeadlessRunWritesEveryFrameAndSaysWhatItDid)
     CTempDir windowed;
     EXPECT_EQ(RunLumora(windowed, "--window --frames 3 -f '" + home.File("orange.lms") + "'"), 0);
     EXPECT_GE(Find(LogMessages(windowed), "Playing scene"), 0);
+}
+
+// The form the front end passes for previews: background, foreground and
+// postprocessing scene, any of them left out.
+TEST(LumoraRun, ALayeredEntryPlaysItsLayersInOrder)
+{
+    CTempDir home;
+    WriteClearScene(home.File("red.lms"), "1 0 0 1");
+    WriteRectScene(home.File("green.lms"), "float4(0, 1, 0, 1)");
+    WriteRectScene(home.File("invert.lms"), "float4(1 - tex2D(tex1, pi.tex).rgb, 1)");
+    const auto file = [&home](const char* name) { return name[0] ? home.File(name) : std::string(); };
+    struct SCase
+    {
+        const char* background;
+        const char* foreground;
+        const char* postprocessing;
+        SPixel expected;
+    };
+    for (const SCase& c : {SCase{"red.lms", "", "invert.lms", {0, 255, 255}},
+                           SCase{"red.lms", "green.lms", "invert.lms", {255, 0, 255}},
+                           SCase{"", "green.lms", "", {0, 255, 0}}}) {
+        const std::string entry = file(c.background) + ";" + file(c.foreground) + ";" + file(c.postprocessing);
+        const std::string out = home.File("frames");
+        ASSERT_EQ(RunLumora(home, "--headless --size 32x18 --seconds 0.1 --out '" + out + "' -f '" + entry + "'"), 0)
+            << entry << "\n" << ReadFile(home.File("stderr.txt"));
+        EXPECT_EQ(PixelAt(out + "/frame-00001.png", 16, 9), c.expected) << entry;
+    }
+
+    const std::string full = home.File("red.lms") + ";" + home.File("green.lms") + ";" + home.File("invert.lms");
+    ASSERT_EQ(RunLumora(home, "--window --frames 3 -f '" + full + "'"), 0) << ReadFile(home.File("stderr.txt"));
+    EXPECT_GE(Find(LogMessages(home), "Playing layered scene \"" + full + "\""), 0);
+
+    // A layer that cannot play is named, and nothing plays.
+    WriteFile(home.File("broken.lmc"), "PK\x03\x04 truncated");
+    struct SRefused
+    {
+        std::string entry;
+        const char* said;
+    };
+    for (const SRefused& r : {SRefused{home.File("red.lms") + ";" + home.File("gone.lms") + ";",
+                                       "the foreground scene file \""},
+                              SRefused{";;" + home.File("broken.lmc"), "the postprocessing scene file \""},
+                              SRefused{";;", "names no scene"},
+                              SRefused{home.File("red.lms") + ";", "needs three parts"}}) {
+        EXPECT_EQ(RunLumora(home, "--window --frames 3 -f '" + r.entry + "'"), 1) << r.entry;
+        EXPECT_NE(ReadFile(home.File("stderr.txt")).find(r.said), std::string::npos)
+            << ReadFile(home.File("stderr.txt"));
+    }
 }
 
 TEST(LumoraRun, HeadlessRunRefusesMissingScenesAndIncompleteOptions)
