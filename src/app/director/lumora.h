@@ -110,7 +110,8 @@ private:
     void FinishTransition();
     bool AutomaticSwitching() const;
     void ApplyRenderTargetSize(CRender* render) const;
-    void LoadExternal();
+    // False when a stop request cut loading short.
+    bool LoadExternal();
     void PrepareLayeredScenes();
     static bool StripClearNodes(CScene& scene, class CNode* node);
     // Makes the scene's device objects now, ahead of its first frame; false

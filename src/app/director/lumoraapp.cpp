@@ -4,10 +4,9 @@
 #include "app/director/playlist.h"
 #include "app/log.h"
 #include "app/paths.h"
+#include "app/regularfile.h"
 #include "render/render.h"
 #include "scene/scene.h"
-
-#include <filesystem>
 
 CLumoraApp::CLumoraApp(CClock& clock) : m_clock(clock)
 {
@@ -39,9 +38,8 @@ bool CLumoraApp::Play(const std::string& path, std::string& error)
 bool CLumoraApp::PlayScene(const std::string& path, std::string& error)
 {
     const std::string expanded = ExpandPath(path);
-    std::error_code ignored;
-    if (path.empty() || !std::filesystem::is_regular_file(expanded, ignored)) {
-        error = "the scene file \"" + expanded + "\" does not exist";
+    if (const std::string why = WhyNotRegularFile(expanded); !why.empty()) {
+        error = "the scene file \"" + expanded + "\" " + why;
         return false;
     }
     auto scene = std::make_unique<CScene>();
@@ -68,9 +66,8 @@ bool CLumoraApp::PlayScene(const std::string& path, std::string& error)
 bool CLumoraApp::PlayPlaylist(const std::string& path, std::string& error)
 {
     const std::string expanded = ExpandPath(path);
-    std::error_code ignored;
-    if (!std::filesystem::is_regular_file(expanded, ignored)) {
-        error = "the playlist \"" + expanded + "\" does not exist";
+    if (const std::string why = WhyNotRegularFile(expanded); !why.empty()) {
+        error = "the playlist \"" + expanded + "\" " + why;
         return false;
     }
     CPlaylist playlist;
