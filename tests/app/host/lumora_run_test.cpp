@@ -370,10 +370,8 @@ TEST(LumoraRun, SignalsEndARunTheNormalWayAtAnyMoment)
 
             // A recording cut short says so and ends with the shell's code for the signal.
             CTempDir recording;
-            EXPECT_EQ(RunLumora(recording, "--headless --size 64x36 --seconds 600 --out '" + recording.File("f") + "'" +
-                                               scene,
-                                after),
-                      128 + SIGTERM);
+            const std::string headless = "--headless --size 64x36 --seconds 600 --out '" + recording.File("f") + "'";
+            EXPECT_EQ(RunLumora(recording, headless + scene, after), 128 + SIGTERM);
             EXPECT_NE(ReadFile(recording.File("stderr.txt")).find("stopped by a signal after "), std::string::npos);
             EXPECT_NE(Find(LogMessages(recording), "Lumora stopped with exit code 143"), -1);
         }
