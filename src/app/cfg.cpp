@@ -1,9 +1,9 @@
 #include "app/cfg.h"
 
 #include "app/log.h"
+#include "app/regularfile.h"
 #include "app/trace.h"
 
-#include <QFile>
 #include <QSaveFile>
 #include <QString>
 #include <QXmlStreamReader>
@@ -297,22 +297,26 @@ void SetAside(const std::string& path)
 bool CCfg::Load(const std::string& path)
 {
     TRACE("CCfg::Load");
-    QFile file(ToQt(path));
-    if (!file.open(QIODevice::ReadOnly))
+    QByteArray content;
+    std::string why;
+    if (!ReadRegularFile(path, FileLimit::Config, content, why)) {
+        // A missing file is the usual first run; anything else is worth a line.
+        std::error_code ignored;
+        if (std::filesystem::exists(path, ignored))
+            Error("Config file \"%s\" %s; the defaults apply", path.c_str(), why.c_str());
         return false;
+    }
 
-    QXmlStreamReader reader(&file);
+    QXmlStreamReader reader(content);
     reader.setNamespaceProcessing(false);
     if (!Deserialize(reader)) {
         const QString text = QStringLiteral("Failed to read config file \"%1\" at %2, %3")
                                  .arg(reader.errorString(), QString::number(reader.lineNumber()),
                                       QString::number(reader.columnNumber()));
-        file.close();
         Error("%s", qPrintable(text));
         SetAside(path);
         return false;
     }
-    file.close();
     LogSettings(*this);
     return true;
 }

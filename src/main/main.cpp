@@ -6,6 +6,7 @@
 #include "app/log.h"
 #include "app/paths.h"
 #include "app/qtmessages.h"
+#include "app/stoprequest.h"
 #include "app/trace.h"
 #include "app/host/apptypewin.h"
 #include "app/player/headlessrun.h"
@@ -19,7 +20,6 @@
 #include "render/userapp3d.h"
 #include "scene/nodefactory.h"
 
-#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -162,11 +162,6 @@ SOptions ParseCommandLine(int argc, char** argv)
 
 constexpr const char* kDefaultPlaylist = "[apppath]playlists/Default.lmp";
 
-extern "C" void RequestStop(int)
-{
-    CAppTypeWin::s_stopRequested = 1;
-}
-
 int PrintAudioSources()
 {
     std::vector<CAudioSource> sources;
@@ -179,6 +174,16 @@ int PrintAudioSources()
         printf("  %s%s\n      %s\n", source.Name.c_str(), source.Monitor ? "  (what an output plays)" : "",
                source.Description.c_str());
     return 0;
+}
+
+// A signal while the run starts ends it as one in the frame loop would.
+bool StoppedWhileStarting(CAppTypeWin& host)
+{
+    if (!StopRequested())
+        return false;
+    Log("Stop requested by signal %d while starting", StopSignal());
+    host.ShutdownApp();
+    return true;
 }
 
 int RunVisualizer(const SOptions& options)
@@ -208,12 +213,17 @@ int RunVisualizer(const SOptions& options)
         Error("Unable to open the visualizer windows");
         return 4;
     }
+    if (StoppedWhileStarting(host))
+        return 0;
     app.Start(*host.m_config, host.m_render.get(), host.m_windowMode, host.m_appType);
     std::string path = options.startScene;
     if (path.empty())
         path = host.m_config->Playlist.empty() ? std::string(kDefaultPlaylist) : host.m_config->Playlist;
     std::string error;
-    if (!app.Play(path, error)) {
+    const bool playing = app.Play(path, error);
+    if (StoppedWhileStarting(host))
+        return 0;
+    if (!playing) {
         fprintf(stderr, "lumora: %s\n", error.c_str());
         Error("%s", error.c_str());
         return 1;
@@ -235,6 +245,10 @@ int main(int argc, char** argv)
         fputs(kUsage, options.action == EAction::Bad ? stderr : stdout);
         return options.action == EAction::Bad ? 2 : 0;
     }
+    // Before anything slow, so that a signal at any moment of a run ends it
+    // the normal way; the listings end by themselves.
+    if (options.action == EAction::Run)
+        InstallStopSignals();
 
     g_paths.Setup();
     crashHandler.SetDirectory(g_paths.m_userPath);
@@ -253,8 +267,6 @@ int main(int argc, char** argv)
     } else if (options.action == EAction::ListAudioSources) {
         result = PrintAudioSources();
     } else {
-        std::signal(SIGINT, RequestStop);
-        std::signal(SIGTERM, RequestStop);
         Log("Lumora starting");
         if (options.headless) {
             options.recording.m_showProgress = isatty(fileno(stderr)) != 0;

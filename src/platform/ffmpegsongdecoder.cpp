@@ -1,6 +1,7 @@
 #include "platform/ffmpegsongdecoder.h"
 
 #include "app/log.h"
+#include "app/regularfile.h"
 
 extern "C" {
 #include <libavcodec/avcodec.h>
@@ -62,7 +63,14 @@ bool CFfmpegSongDecoder::Open(const std::string& path)
 {
     Close();
     m_path = path;
-    int result = avformat_open_input(&m_format, path.c_str(), nullptr, nullptr);
+    // FFmpeg opens whatever the name says and waits on a FIFO for ever; a
+    // device would be decoded without end.
+    if (const std::string why = WhyNotRegularFile(path); !why.empty())
+        return Error("Can't open song \"%s\": it %s", path.c_str(), why.c_str());
+    // Through the file protocol: a name such as "pipe:0" or "a:b.mp3" is a
+    // file name here, not a protocol.
+    const std::string url = "file:" + path;
+    int result = avformat_open_input(&m_format, url.c_str(), nullptr, nullptr);
     if (result < 0)
         return Fail("Can't open song", result);
     if ((result = avformat_find_stream_info(m_format, nullptr)) < 0)

@@ -1,10 +1,13 @@
 #include "render/bitmapfile.h"
 
 #include "app/log.h"
+#include "app/regularfile.h"
 
 #include <FreeImage.h>
 
+#include <cstdio>
 #include <cstring>
+#include <string>
 #include <utility>
 
 namespace {
@@ -53,8 +56,26 @@ bool CBitmapFile::Allocate(int width, int height)
 
 bool CBitmapFile::Load(const char* path)
 {
+    // Read here, bounded, and decoded from memory: FreeImage would open any
+    // name, FIFOs and devices too.
+    std::string data, why;
+    if (!ReadRegularFile(path, FileLimit::Picture, data, why)) {
+        Error("Error loading image: \"%s\" %s", path, why.c_str());
+        return false;
+    }
+    auto* bytes = reinterpret_cast<BYTE*>(data.data());
+    FIMEMORY* memory = FreeImage_OpenMemory(bytes, static_cast<DWORD>(data.size()));
+    if (!memory)
+        return false;
+    const bool known = LoadFromMemory(path, memory);
+    FreeImage_CloseMemory(memory);
+    return known;
+}
+
+bool CBitmapFile::LoadFromMemory(const char* path, FIMEMORY* memory)
+{
     // The contents decide first; the name only when they say nothing.
-    FREE_IMAGE_FORMAT format = FreeImage_GetFileType(path, 0);
+    FREE_IMAGE_FORMAT format = FreeImage_GetFileTypeFromMemory(memory, 0);
     if (format == FIF_UNKNOWN)
         format = FreeImage_GetFIFFromFilename(path);
     if (format == FIF_UNKNOWN || !FreeImage_FIFSupportsReading(format))
@@ -63,7 +84,8 @@ bool CBitmapFile::Load(const char* path)
     // A header may claim any size; a picture that would not fit in memory
     // is refused before its pixels are read.
     if (FreeImage_FIFSupportsNoPixels(format)) {
-        FIBITMAP* header = FreeImage_Load(format, path, FIF_LOAD_NOPIXELS);
+        FreeImage_SeekMemory(memory, 0, SEEK_SET);
+        FIBITMAP* header = FreeImage_LoadFromMemory(format, memory, FIF_LOAD_NOPIXELS);
         const uint64_t pixels = header ? uint64_t(FreeImage_GetWidth(header)) * FreeImage_GetHeight(header) : 0;
         if (header)
             FreeImage_Unload(header);
@@ -72,7 +94,8 @@ bool CBitmapFile::Load(const char* path)
             return true;
         }
     }
-    m_bitmap = FreeImage_Load(format, path, 0);
+    FreeImage_SeekMemory(memory, 0, SEEK_SET);
+    m_bitmap = FreeImage_LoadFromMemory(format, memory, 0);
     return true;
 }
 

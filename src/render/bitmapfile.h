@@ -3,6 +3,7 @@
 #include <cstdint>
 
 struct FIBITMAP;
+struct FIMEMORY;
 
 // One picture in memory, loaded from and saved to files by FreeImage.
 class CBitmapFile
@@ -22,7 +23,8 @@ public:
     bool Allocate(int width, int height);
     // True when a load was tried: a file that can't be decoded leaves an
     // empty bitmap, so callers test the size. False for a format FreeImage
-    // does not know or cannot read.
+    // does not know or cannot read, and for a name that is no regular file
+    // or a file larger than FileLimit::Picture.
     bool Load(const char* path);
     // The format follows the file name's extension.
     bool Save(const char* path);
@@ -44,6 +46,7 @@ public:
 
 private:
     void Unload();
+    bool LoadFromMemory(const char* path, FIMEMORY* memory);
 
     FIBITMAP* m_bitmap = nullptr;
 };

@@ -1,5 +1,6 @@
 #include "render/fx.h"
 
+#include "app/regularfile.h"
 #include "render/camera.h"
 #include "render/fxmanager.h"
 #include "render/fxparser.h"
@@ -7,8 +8,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <fstream>
-#include <sstream>
 
 namespace {
 
@@ -185,15 +184,13 @@ CFx::~CFx() = default;
 
 bool CFx::Load(const std::string& path)
 {
-    std::ifstream in(path, std::ios::binary);
-    if (!in) {
-        m_manager->ReportError("The file \"" + path + "\" could not be read", FXE_File, "");
+    std::string text, why;
+    if (!ReadRegularFile(path, FileLimit::Effect, text, why)) {
+        m_manager->ReportError("The file \"" + path + "\" " + why, FXE_File, "");
         return false;
     }
-    std::ostringstream text;
-    text << in.rdbuf();
     const size_t slash = path.find_last_of('/');
-    return Create(text.str(), slash == std::string::npos ? path : path.substr(slash + 1));
+    return Create(text, slash == std::string::npos ? path : path.substr(slash + 1));
 }
 
 bool CFx::Parse(const std::string& text)

@@ -1,13 +1,13 @@
 #include "renderogl/shaderpreprocessor.h"
 
 #include "app/paths.h"
+#include "app/regularfile.h"
 #include "renderogl/glslangprocess.h"
 
 #include <glslang/Public/ResourceLimits.h>
 #include <glslang/Public/ShaderLang.h>
 
 #include <cctype>
-#include <fstream>
 #include <regex>
 #include <memory>
 #include <sstream>
@@ -39,13 +39,13 @@ public:
 private:
     IncludeResult* Include(const char* headerName)
     {
-        std::ifstream file(m_dir + "/" + headerName, std::ios::binary);
-        if (!file)
+        auto text = std::make_unique<std::string>();
+        std::string why;
+        if (!ReadRegularFile(m_dir + "/" + headerName, FileLimit::Effect, *text, why))
             return nullptr;
-        std::ostringstream content;
-        content << file.rdbuf();
-        auto* text = new std::string(content.str());
-        return new IncludeResult(headerName, text->data(), text->size(), text);
+        auto* result = new IncludeResult(headerName, text->data(), text->size(), text.get());
+        text.release();
+        return result;
     }
 
     std::string m_dir;

@@ -4,6 +4,7 @@
 #include "app/log.h"
 #include "app/paths.h"
 #include "app/random.h"
+#include "app/regularfile.h"
 #include "app/runinfo.h"
 #include "app/trace.h"
 #include "ports/port.h"
@@ -751,15 +752,11 @@ bool CScene::Load(std::string_view path, bool loadGraph)
         if (!archive.Open(expanded) || !archive.Read(u"scene.xml"_s, text))
             return Error("Unable to load scene file \"%s\".", expanded.c_str());
     } else {
-        QFile file(QString::fromStdString(expanded));
-        if (!file.open(QIODevice::ReadOnly))
-            return Error("Unable to load scene file \"%s\".", expanded.c_str());
-        if (file.size() > CSceneContainer::MaxEntrySize) {
-            Error("Scene file \"%s\" is larger than %lld bytes", expanded.c_str(),
-                  static_cast<long long>(CSceneContainer::MaxEntrySize));
+        std::string why;
+        if (!ReadRegularFile(expanded, FileLimit::Scene, text, why)) {
+            Error("Scene file \"%s\" %s", expanded.c_str(), why.c_str());
             return Error("Unable to load scene file \"%s\".", expanded.c_str());
         }
-        text = file.readAll();
         if (SceneMigration::IsOldestForm(text))
             text = SceneMigration::MigrateOldestForm(std::move(text));
     }

@@ -1,6 +1,7 @@
 #include "scene/scenecontainer.h"
 
 #include "app/log.h"
+#include "app/regularfile.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -64,10 +65,25 @@ CSceneContainer::~CSceneContainer() = default;
 bool CSceneContainer::Open(const std::string& path)
 {
     m_path = path;
-    m_zip = std::make_unique<QuaZip>(QString::fromStdString(path));
+    m_zip.reset();
+    m_file.reset();
+    std::string why;
+    const int fd = OpenRegularFile(path, why);
+    if (fd < 0)
+        return Error("Scene file \"%s\" %s", path.c_str(), why.c_str());
+    // QuaZip would open the name itself, FIFOs and devices too; it takes an
+    // open device as it is.
+    m_file = std::make_unique<QFile>();
+    if (!m_file->open(fd, QIODevice::ReadOnly, QFileDevice::AutoCloseHandle)) {
+        ::close(fd);
+        m_file.reset();
+        return false;
+    }
+    m_zip = std::make_unique<QuaZip>(m_file.get());
     if (m_zip->open(QuaZip::mdUnzip))
         return true;
     m_zip.reset();
+    m_file.reset();
     return false;
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "app/regularfile.h"
+
 #include <QByteArray>
 #include <QString>
 
@@ -7,6 +9,7 @@
 #include <span>
 #include <string>
 
+class QFile;
 class QuaZip;
 
 // A scene's zip container. Entries are read into memory by name, never
@@ -15,7 +18,7 @@ class QuaZip;
 class CSceneContainer
 {
 public:
-    static constexpr qint64 MaxEntrySize = qint64(64) << 20;
+    static constexpr qint64 MaxEntrySize = FileLimit::Scene;
 
     struct SEntry
     {
@@ -28,7 +31,7 @@ public:
     CSceneContainer(const CSceneContainer&) = delete;
     CSceneContainer& operator=(const CSceneContainer&) = delete;
 
-    // Opens an existing archive for reading.
+    // Opens an existing archive for reading; only a regular file is opened.
     bool Open(const std::string& path);
     // The entry of that name, found without regard to case. False when it is
     // missing, damaged or larger than MaxEntrySize; the last is logged.
@@ -40,6 +43,8 @@ public:
     static bool Write(const std::string& path, std::span<const SEntry> entries);
 
 private:
+    // Declared first: the archive must close before its file.
+    std::unique_ptr<QFile> m_file;
     std::unique_ptr<QuaZip> m_zip;
     std::string m_path;
 };

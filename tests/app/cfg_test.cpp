@@ -143,7 +143,7 @@ TEST(Cfg, ReadingRulesAndTheFormWrittenBack)
     }
 }
 
-TEST(Cfg, BrokenFileKeepsTheSettingsLogsOnceAndIsSetAsideButAMissingOneIsQuiet)
+TEST(Cfg, BrokenFileIsSetAsideAMissingOneIsQuietAndNoRegularFileIsRefused)
 {
     const std::pair<const char*, std::string> cases[] = {
         {"empty", ""},
@@ -175,6 +175,20 @@ TEST(Cfg, BrokenFileKeepsTheSettingsLogsOnceAndIsSetAsideButAMissingOneIsQuiet)
     EXPECT_EQ(cfg, Customised());
     EXPECT_TRUE(log.Messages().empty());
     EXPECT_TRUE(std::filesystem::is_empty(dir.Path()));
+
+    // No regular file: said, and left where it is. Nothing writes to the FIFO.
+    MakeFifo(dir.File("fifo.xml"));
+    std::filesystem::create_directory(dir.File("folder.xml"));
+    for (const char* name : {"fifo.xml", "folder.xml"}) {
+        SCOPED_TRACE(name);
+        CHangGuard guard;
+        CLogCapture refused;
+        EXPECT_FALSE(cfg.Load(dir.File(name)));
+        EXPECT_EQ(cfg, Customised());
+        ASSERT_EQ(refused.Messages().size(), 1u);
+        EXPECT_TRUE(refused.Messages()[0].ends_with("; the defaults apply")) << refused.Messages()[0];
+        EXPECT_TRUE(FileExists(dir.File(name)));
+    }
 }
 
 TEST(Cfg, FailedSaveLeavesThePreviousFileByteIdentical)

@@ -108,6 +108,14 @@ TEST(BitmapFile, UnknownAndUndecodableFiles)
     CBitmapFile bitmap;
     EXPECT_FALSE(bitmap.Load(unknown.c_str()));
 
+    // No regular file: refused unopened, with the reason. Nothing writes to the FIFO.
+    MakeFifo(dir.File("fifo.png"));
+    for (const std::string& name : {dir.File("fifo.png"), dir.Path(), std::string("/dev/zero")}) {
+        CHangGuard guard;
+        EXPECT_FALSE(bitmap.Load(name.c_str())) << name;
+        EXPECT_TRUE(log.Contains("Error loading image: \"" + name + "\" is a")) << name;
+    }
+
     // The name says PNG: a load is tried and leaves an empty bitmap, also in
     // place of one loaded before.
     const std::string good = dir.File("good.png");

@@ -167,7 +167,7 @@ TEST(FxManager, LoadsCachesAndReportsFailures)
     EXPECT_NE(uncached.get(), first);
 
     EXPECT_EQ(manager.LoadEffect("missing.cgfx", true), nullptr);
-    EXPECT_TRUE(log.Contains("CGError: The file \"" + dir.Path() + "/missing.cgfx\" could not be read (2)"));
+    EXPECT_TRUE(log.Contains("CGError: The file \"" + dir.Path() + "/missing.cgfx\" does not exist (2)"));
     EXPECT_TRUE(log.Contains("CG Error: The file"));
     EXPECT_EQ(manager.ParseEffect("technique { pass { = 1; } }"), nullptr);
     EXPECT_TRUE(log.Contains("LastListing:"));

@@ -5,6 +5,7 @@
 #include <fstream>
 #include <sstream>
 #include <stdexcept>
+#include <sys/stat.h>
 
 CTempDir::CTempDir()
 {
@@ -43,4 +44,10 @@ void WriteFile(const std::string& path, const std::string& content)
 bool FileExists(const std::string& path)
 {
     return std::filesystem::exists(path);
+}
+
+void MakeFifo(const std::string& path)
+{
+    if (mkfifo(path.c_str(), 0600) != 0)
+        throw std::runtime_error("mkfifo failed");
 }

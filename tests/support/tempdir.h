@@ -2,6 +2,8 @@
 
 #include <string>
 
+#include <unistd.h>
+
 // A fresh directory under the system's temporary folder, removed with its
 // contents when the object goes.
 class CTempDir
@@ -23,3 +25,16 @@ private:
 std::string ReadFile(const std::string& path);
 void WriteFile(const std::string& path, const std::string& content);
 bool FileExists(const std::string& path);
+// A named pipe nobody writes to: opening it for reading waits for ever.
+void MakeFifo(const std::string& path);
+
+// Ends the test process with SIGALRM if the guarded code hangs, so that a
+// regression fails the run instead of stopping it.
+class CHangGuard
+{
+public:
+    explicit CHangGuard(unsigned seconds = 60) { alarm(seconds); }
+    ~CHangGuard() { alarm(0); }
+    CHangGuard(const CHangGuard&) = delete;
+    CHangGuard& operator=(const CHangGuard&) = delete;
+};

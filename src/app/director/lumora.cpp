@@ -8,6 +8,7 @@
 #include "app/paths.h"
 #include "app/random.h"
 #include "app/runinfo.h"
+#include "app/stoprequest.h"
 #include "app/trace.h"
 #include "ports/port.h"
 #include "render/fxmanager.h"
@@ -725,7 +726,12 @@ bool CLumora::DeserializeProject(const CPlaylist& playlist)
     for (const auto& entry : playlist.m_postprocessings)
         m_postprocessings.push_back(newScene(entry->m_fileName, entry->m_runTime, CScene::SceneType_PostProcessing));
 
-    LoadExternal();
+    if (!LoadExternal()) {
+        // Whatever was read goes; the run ends before any scene plays.
+        Free();
+        Log("Loading stopped by signal %d", StopSignal());
+        return true;
+    }
     Log("Scene count. Standalone: %ld Background: %ld Foreground: %ld Postprocessing: %ld Transition: %ld",
         long(m_standalone.size()), long(m_backgrounds.size()), long(m_foregrounds.size()),
         long(m_postprocessings.size()), long(m_transitions.size()));
@@ -742,7 +748,7 @@ bool CLumora::DeserializeProject(const CPlaylist& playlist)
     m_active = nullptr;
     // The first scene starts without a transition; one that cannot be drawn
     // gives way to the next.
-    while (!m_standalone.empty() && !m_active) {
+    while (!m_standalone.empty() && !m_active && !StopRequested()) {
         const int32_t type = m_randomizeScene && m_windowMode != 5 ? Pick_Random : Pick_Index;
         CSceneBase* first = ActivateAnotherScene(type, 0, false);
         if (!first)
@@ -757,10 +763,11 @@ bool CLumora::DeserializeProject(const CPlaylist& playlist)
     return true;
 }
 
-void CLumora::LoadExternal()
+bool CLumora::LoadExternal()
 {
     // A scene that doesn't load leaves its list; a layered scene forgets the
-    // layer, and goes too when no layer is left.
+    // layer, and goes too when no layer is left. A long playlist takes a
+    // while, so a stop request is looked at before each scene.
     const auto failed = [](CScene& scene) {
         const std::string file = scene.GetFileName();
         return !scene.Load(file, true) || scene.m_readFailed;
@@ -768,6 +775,8 @@ void CLumora::LoadExternal()
     std::vector<const CScene*> gone;
     for (SceneList* list : {&m_backgrounds, &m_foregrounds, &m_postprocessings}) {
         for (auto it = list->begin(); it != list->end();) {
+            if (StopRequested())
+                return false;
             if (failed(**it)) {
                 Error("Scene '%s' could not be loaded and is left out of the playlist", (*it)->GetFileName().c_str());
                 gone.push_back(it->get());
@@ -778,6 +787,8 @@ void CLumora::LoadExternal()
         }
     }
     for (auto it = m_standalone.begin(); it != m_standalone.end();) {
+        if (StopRequested())
+            return false;
         bool drop = false;
         if ((*it)->m_kind == CSceneBase::Kind_Layered) {
             auto* layered = static_cast<CSceneLayered*>(it->get());
@@ -793,6 +804,8 @@ void CLumora::LoadExternal()
         it = drop ? m_standalone.erase(it) : it + 1;
     }
     for (auto it = m_transitions.begin(); it != m_transitions.end();) {
+        if (StopRequested())
+            return false;
         if (failed(*(*it)->m_transition)) {
             Error("Transition '%s' could not be loaded and is left out of the playlist",
                   (*it)->m_transition->GetFileName().c_str());
@@ -801,6 +814,7 @@ void CLumora::LoadExternal()
             ++it;
         }
     }
+    return true;
 }
 
 void CLumora::PrepareLayeredScenes()

@@ -120,7 +120,8 @@ private:
     // The layers go to their lists, and a layered scene of them to the
     // playable ones.
     CSceneLayered* AddLayeredScene(std::array<std::unique_ptr<CScene>, 3> layers);
-    void LoadExternal();
+    // False when a stop request cut loading short.
+    bool LoadExternal();
     void PrepareLayeredScenes();
     static bool StripClearNodes(CScene& scene, class CNode* node);
     // Makes the scene's device objects now, ahead of its first frame; false

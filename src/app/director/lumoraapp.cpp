@@ -4,10 +4,9 @@
 #include "app/director/playlist.h"
 #include "app/log.h"
 #include "app/paths.h"
+#include "app/regularfile.h"
 #include "render/render.h"
 #include "scene/scene.h"
-
-#include <filesystem>
 
 CLumoraApp::CLumoraApp(CClock& clock) : m_clock(clock)
 {
@@ -38,9 +37,12 @@ std::unique_ptr<CScene> LoadPlayable(const std::string& path, const std::string&
 {
     const std::string expanded = ExpandPath(path);
     const std::string named = what + " \"" + expanded + "\"";
-    std::error_code ignored;
-    if (path.empty() || !std::filesystem::is_regular_file(expanded, ignored)) {
+    if (path.empty()) {
         error = named + " does not exist";
+        return nullptr;
+    }
+    if (const std::string why = WhyNotRegularFile(expanded); !why.empty()) {
+        error = named + " " + why;
         return nullptr;
     }
     auto scene = std::make_unique<CScene>();
@@ -111,9 +113,8 @@ bool CLumoraApp::PlayLayered(const std::string& entry, std::string& error)
 bool CLumoraApp::PlayPlaylist(const std::string& path, std::string& error)
 {
     const std::string expanded = ExpandPath(path);
-    std::error_code ignored;
-    if (!std::filesystem::is_regular_file(expanded, ignored)) {
-        error = "the playlist \"" + expanded + "\" does not exist";
+    if (const std::string why = WhyNotRegularFile(expanded); !why.empty()) {
+        error = "the playlist \"" + expanded + "\" " + why;
         return false;
     }
     CPlaylist playlist;

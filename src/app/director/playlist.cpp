@@ -2,11 +2,11 @@
 
 #include "app/log.h"
 #include "app/paths.h"
+#include "app/regularfile.h"
 #include "app/textnumber.h"
 #include "app/trace.h"
 
 #include <QDir>
-#include <QFile>
 #include <QFileInfo>
 #include <QSaveFile>
 #include <QString>
@@ -128,14 +128,11 @@ bool CPlaylist::Load(std::string_view path)
 {
     TRACE("CPlaylist::Load");
     const QString name = ToQt(ExpandPath(Slashed(path)));
-    QFile file(name);
-    if (!file.open(QIODevice::ReadOnly)) {
+    QByteArray text;
+    std::string why;
+    if (!ReadRegularFile(name.toStdString(), MaxFileSize, text, why)) {
+        LogText(QStringLiteral("Playlist file \"%1\" %2").arg(name, QString::fromStdString(why)));
         LogText(QStringLiteral("Failed to open playlist file for reading \"%1\"").arg(name));
-        return false;
-    }
-    if (file.size() > MaxFileSize) {
-        LogText(QStringLiteral("Playlist file \"%1\" has %2 bytes, more than the %3 allowed; not read")
-                    .arg(name, QString::number(file.size()), QString::number(MaxFileSize)));
         return false;
     }
 
@@ -144,7 +141,7 @@ bool CPlaylist::Load(std::string_view path)
     for (size_t i = 0; i < 5; ++i)
         before[i] = lists[i]->size();
 
-    QXmlStreamReader reader(&file);
+    QXmlStreamReader reader(text);
     reader.setNamespaceProcessing(false);
     const bool read = Deserialize(reader);
     // A relative path names a file beside the playlist, wherever it is run from.

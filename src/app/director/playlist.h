@@ -1,5 +1,6 @@
 #pragma once
 
+#include "app/regularfile.h"
 #include "scene/scene.h"
 
 #include <array>
@@ -22,7 +23,7 @@ public:
     using Entries = std::vector<std::unique_ptr<CScene>>;
 
     // A larger file is refused unread: no real playlist comes near it.
-    static constexpr int64_t MaxFileSize = 16 * 1024 * 1024;
+    static constexpr int64_t MaxFileSize = FileLimit::Playlist;
 
     // Paths may use "\" and the "[apppath]"/"[userpath]" macros. Entries read
     // are appended to the lists. A file that breaks off keeps what came before

@@ -6,13 +6,13 @@
 #include "app/log.h"
 #include "app/paths.h"
 #include "app/runinfo.h"
+#include "app/stoprequest.h"
 #include "app/trace.h"
 #include "render/userapp3d.h"
 #include "renderogl/renderogl.h"
 #include "sound/soundanalyzer.h"
 
 CAppTypeWin* g_appTypeWin = nullptr;
-volatile std::sig_atomic_t CAppTypeWin::s_stopRequested = 0;
 
 CAppTypeWin::CAppTypeWin(CUserApp3d* app, CClock& clock)
     : CFrameLoop(clock), m_userApp(app), m_config(std::make_unique<CCfg>()),
@@ -116,10 +116,10 @@ void CAppTypeWin::RunApp()
         StartRecording();
     Log("** Entering main message loop ** ");
     while (!m_quit) {
-        if (s_stopRequested) {
-            Log("Stop requested by signal");
+        if (StopRequested()) {
+            Log("Stop requested by signal %d", StopSignal());
             CloseWindows();
-            continue;
+            break;
         }
         // Every waiting event goes first; a frame runs only on an empty queue.
         const EWindowEvent event = m_render ? m_render->PollEvent() : EWindowEvent::None;

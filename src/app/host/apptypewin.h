@@ -2,7 +2,6 @@
 
 #include "app/host/frameloop.h"
 
-#include <csignal>
 #include <memory>
 #include <string>
 
@@ -31,9 +30,6 @@ public:
     // Asks the loop to close the windows and end.
     virtual void ShutdownApp();
     void RunApp();
-
-    // Set from a signal handler: the loop closes at the next pass.
-    static volatile std::sig_atomic_t s_stopRequested;
 
     int32_t m_windowMode = 2;
     bool m_postQuit = true;

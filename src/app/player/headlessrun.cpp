@@ -8,6 +8,8 @@
 #include "app/host/clock.h"
 #include "app/paths.h"
 #include "app/random.h"
+#include "app/regularfile.h"
+#include "app/stoprequest.h"
 #include "renderogl/renderogl.h"
 #include "services/picturesequencewriter.h"
 
@@ -15,7 +17,6 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
-#include <filesystem>
 
 namespace {
 
@@ -71,6 +72,16 @@ int Fail(int code, const std::string& message)
     return code;
 }
 
+// A recording cut short by a signal is no failure of its own, but it is not
+// the recording asked for either: the shell's code for "ended by a signal".
+int Stopped(CAppTypeWin& host, int framesWritten, int frames)
+{
+    host.ShutdownApp();
+    fprintf(stderr, "lumora: stopped by a signal after %d of %d pictures\n", framesWritten, frames);
+    Log("Headless run stopped by signal %d after %d of %d pictures", StopSignal(), framesWritten, frames);
+    return 128 + StopSignal();
+}
+
 } // namespace
 
 int HeadlessFrameCount(const SHeadlessOptions& options)
@@ -114,10 +125,10 @@ int RunHeadless(const SHeadlessOptions& options)
     setenv("SDL_VIDEODRIVER", "offscreen", 0);
 
     // A layered entry's files are checked when it is played.
-    std::error_code ignored;
-    if (!CPlaylist::IsLayered(options.m_scenePath) &&
-        !std::filesystem::is_regular_file(ExpandPath(options.m_scenePath), ignored))
-        return Fail(1, "the file \"" + options.m_scenePath + "\" does not exist");
+    if (!CPlaylist::IsLayered(options.m_scenePath)) {
+        if (const std::string why = WhyNotRegularFile(ExpandPath(options.m_scenePath)); !why.empty())
+            return Fail(1, "the file \"" + options.m_scenePath + "\" " + why);
+    }
 
     const int frames = HeadlessFrameCount(options);
     CLumoraApp app(CClock::System());
@@ -138,6 +149,8 @@ int RunHeadless(const SHeadlessOptions& options)
     host.m_render->m_recordHeight = options.m_height;
     if (!host.CreateWindows())
         return Fail(4, "the drawing surface could not be made; the log tells why");
+    if (StopRequested())
+        return Stopped(host, 0, frames);
 
     // Seeded after the host, which may seed from the clock, and before the
     // director picks anything, so that the same command gives the same pictures.
@@ -147,7 +160,10 @@ int RunHeadless(const SHeadlessOptions& options)
     }
     app.Start(*host.m_config, host.m_render.get(), WK_Record, host.m_appType);
     std::string error;
-    if (!app.Play(options.m_scenePath, error))
+    const bool playing = app.Play(options.m_scenePath, error);
+    if (StopRequested())
+        return Stopped(host, 0, frames);
+    if (!playing)
         return Fail(1, error);
 
     CPictureSequenceWriter writer(host.m_render.get());
@@ -158,6 +174,8 @@ int RunHeadless(const SHeadlessOptions& options)
     progress.Finish(writer.FramesWritten());
 
     const double seconds = SecondsSince(start);
+    if (writer.FramesWritten() < frames && StopRequested())
+        return Stopped(host, writer.FramesWritten(), frames);
     if (writer.FramesWritten() < frames) {
         return Fail(5, "only " + std::to_string(writer.FramesWritten()) + " of " + std::to_string(frames) +
                            " pictures could be written to \"" + options.m_outDirectory + "\"");

@@ -9,6 +9,7 @@
 #include "app/host/clock.h"
 #include "app/random.h"
 #include "app/runinfo.h"
+#include "app/stoprequest.h"
 #include "scene/scene.h"
 #include "scene/scenelayered.h"
 #include "scene/scenetransition.h"
@@ -17,6 +18,8 @@
 
 #include <gtest/gtest.h>
 
+#include <csignal>
+#include <filesystem>
 #include <set>
 #include <string>
 #include <vector>
@@ -249,12 +252,24 @@ TEST_F(Director, PlaylistEntriesThatDoNotLoadAreLeftOutAndForegroundsLoseTheirCl
     playlist.Add(playlist.m_scenes, m_dir.File("missing.lmc"));
     playlist.Add(playlist.m_transitions, m_dir.File("gone.lms"));
     playlist.Add(playlist.m_scenes, WriteScene("back") + ";" + WriteScene("front") + ";");
+    // Names that are no regular files: nothing ever writes to the FIFOs.
+    MakeFifo(m_dir.File("fifo.lms"));
+    MakeFifo(m_dir.File("fifo.lmc"));
+    std::filesystem::create_directory(m_dir.File("folder.lms"));
+    for (const char* name : {"fifo.lms", "fifo.lmc", "folder.lms"})
+        playlist.Add(playlist.m_scenes, m_dir.File(name));
     CLumora director(m_config, m_clock);
     director.Init();
-    ASSERT_TRUE(director.DeserializeProject(playlist));
+    {
+        CHangGuard guard;
+        ASSERT_TRUE(director.DeserializeProject(playlist));
+    }
     EXPECT_EQ(director.PlayableCount(), 2u);
     EXPECT_EQ(director.TransitionCount(), 0u);
     EXPECT_TRUE(m_log.Contains("missing.lmc' could not be loaded and is left out of the playlist"));
+    for (const char* name : {"fifo.lms\" is a FIFO", "fifo.lmc\" is a FIFO", "folder.lms\" is a directory"})
+        EXPECT_TRUE(m_log.Contains(name)) << name;
+    EXPECT_TRUE(m_log.Contains("folder.lms' could not be loaded and is left out of the playlist"));
     EXPECT_NE(director.GetActiveScene(), nullptr);
 
     const auto* layered = dynamic_cast<const CSceneLayered*>(director.FindSceneByFile(
@@ -279,4 +294,21 @@ TEST_F(Director, PlaylistEntriesThatDoNotLoadAreLeftOutAndForegroundsLoseTheirCl
     refused.Init();
     EXPECT_FALSE(refused.DeserializeProject(broken));
     EXPECT_TRUE(m_log.Contains("Invalid layered scene file"));
+}
+
+TEST_F(Director, AStopRequestEndsLoadingAPlaylistBeforeItsNextScene)
+{
+    CPlaylist playlist;
+    for (const char* name : {"a", "b", "c"})
+        playlist.Add(playlist.m_scenes, WriteScene(name));
+    CLumora director(m_config, m_clock);
+    director.Init();
+    RequestStop(SIGTERM);
+    const bool read = director.DeserializeProject(playlist);
+    RequestStop(0);
+    EXPECT_TRUE(read);
+    EXPECT_EQ(director.GetActiveScene(), nullptr);
+    EXPECT_EQ(director.PlayableCount(), 0u);
+    EXPECT_TRUE(m_log.Contains("Loading stopped by signal 15"));
+    EXPECT_FALSE(m_log.Contains("New scene"));
 }

@@ -183,34 +183,54 @@ TEST_F(Playlist, RunTimeAndIdAreWrittenOnlyWhenSet)
 TEST_F(Playlist, UnreadableFilesFailWithALogLine)
 {
     const std::string path = m_dir.File("list.lmp");
+    enum class EKind
+    {
+        Missing,
+        File,
+        Fifo,
+        Directory,
+        Device,
+    };
     struct SCase
     {
         const char* name;
-        bool exists;
+        EKind kind;
         std::string content;
         std::uintmax_t size; // the content padded with zeros, sparse
+        std::string reason;  // why it was not opened, if it wasn't
         std::string logged;
     };
     const SCase cases[] = {
-        {"missing", false, "", 0, "Failed to open playlist file for reading \"" + path + "\""},
-        {"empty", true, "", 0, "Failed to read playlist file \"Premature end of document.\" at 1, 0"},
-        {"wrong root", true, "<Settings><Scenes><Scene File=\"a\"/></Scenes></Settings>", 0,
+        {"missing", EKind::Missing, "", 0, "does not exist", ""},
+        {"empty", EKind::File, "", 0, "", "Failed to read playlist file \"Premature end of document.\" at 1, 0"},
+        {"wrong root", EKind::File, "<Settings><Scenes><Scene File=\"a\"/></Scenes></Settings>", 0, "",
          "Failed to read playlist file \"Root element <Settings> instead of <Lumora>\" at 1, 10"},
-        {"too large", true, "<Lumora>", CPlaylist::MaxFileSize + 1,
-         "Playlist file \"" + path + "\" has 16777217 bytes, more than the 16777216 allowed; not read"},
+        {"too large", EKind::File, "<Lumora>", CPlaylist::MaxFileSize + 1, "is larger than 16777216 bytes", ""},
+        // Nothing writes to it: an open that waits would never return.
+        {"FIFO", EKind::Fifo, "", 0, "is a FIFO, not a regular file", ""},
+        {"directory", EKind::Directory, "", 0, "is a directory", ""},
+        {"endless device", EKind::Device, "", 0, "is a device, not a regular file", ""},
     };
     for (const SCase& c : cases) {
         SCOPED_TRACE(c.name);
-        std::filesystem::remove(path);
-        if (c.exists)
+        std::filesystem::remove_all(path);
+        if (c.kind == EKind::File)
             WriteFile(path, c.content);
         if (c.size)
             std::filesystem::resize_file(path, c.size);
+        if (c.kind == EKind::Fifo)
+            MakeFifo(path);
+        if (c.kind == EKind::Directory)
+            std::filesystem::create_directory(path);
+        const std::string name = c.kind == EKind::Device ? "/dev/zero" : path;
+        CHangGuard guard;
         CLogCapture log;
         CPlaylist loaded;
-        EXPECT_FALSE(loaded.Load(path));
+        EXPECT_FALSE(loaded.Load(name));
         EXPECT_EQ(Summary(loaded), "active= T[] S[] B[] F[] P[]");
-        EXPECT_EQ(log.Messages(), std::vector<std::string>{c.logged});
+        const std::vector<std::string> refused = {"Playlist file \"" + name + "\" " + c.reason,
+                                                  "Failed to open playlist file for reading \"" + name + "\""};
+        EXPECT_EQ(log.Messages(), c.reason.empty() ? std::vector<std::string>{c.logged} : refused);
     }
 }
 

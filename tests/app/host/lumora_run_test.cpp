@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <csignal>
+#include <filesystem>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -21,16 +22,24 @@
 namespace {
 
 // Runs the lumora executable headless with its own user directory.
-// With `terminateAfter` it is sent `signal` after that many seconds; a run
-// that dies of a signal gives 128 plus its number.
+// With `terminateAfter` it is sent `signal` that many seconds after its log
+// appeared, which is after it has begun to watch for signals; a run that
+// dies of a signal gives 128 plus its number. A run that hangs is killed
+// after five minutes and one that runs out of bounds stops at 4 GB, so that
+// a regression fails the test and not the machine. The signal goes to
+// lumora itself, the child of `timeout`.
 int RunLumora(const CTempDir& home, const std::string& arguments, const char* terminateAfter = nullptr,
               const std::string& environment = "", const char* signal = "TERM")
 {
-    std::string command = LUMORA_RUN_ENVIRONMENT " " + environment + " SDL_VIDEODRIVER=offscreen XDG_CONFIG_HOME='" + home.Path() + "' MESA_SHADER_CACHE_DIR='" +
-                          home.Path() + "' '" LUMORA_EXECUTABLE "' " + arguments + " >'" + home.File("stdout.txt") +
-                          "' 2>'" + home.File("stderr.txt") + "'";
+    std::string command = LUMORA_RUN_ENVIRONMENT " " + environment + " SDL_VIDEODRIVER=offscreen XDG_CONFIG_HOME='" +
+                          home.Path() + "' MESA_SHADER_CACHE_DIR='" + home.Path() + "' timeout -s KILL 300 '" +
+                          LUMORA_EXECUTABLE "' " + arguments + " >'" + home.File("stdout.txt") + "' 2>'" +
+                          home.File("stderr.txt") + "'";
     if (terminateAfter)
-        command = "(" + command + " & sleep " + terminateAfter + "; kill -" + signal + " $!; wait $!)";
+        command = "(" + command + " & while kill -0 $! 2>/dev/null && [ ! -e '" + home.File("lumora/log.txt") +
+                  "' ]; do sleep 0.02; done; sleep " + terminateAfter + "; kill -" + signal +
+                  " $(pgrep -P $!); wait $!)";
+    command = LUMORA_RUN_LIMITS " " + command;
     const int status = std::system(command.c_str());
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
@@ -423,4 +432,76 @@ TEST(LumoraRun, TheDefaultPlaylistGivesAVariedShow)
     EXPECT_GE(scenes.size(), 4u);
     EXPECT_GE(transitions, 3);
     EXPECT_TRUE(FileExists(home.File("show/frame-01800.png")));
+}
+
+TEST(LumoraRun, NamesOfNoRegularFileAreSkippedInPlaylistsAndRefusedByF)
+{
+    CTempDir home;
+    // Nothing writes to the FIFOs; /dev/zero never ends; /proc files lie about their size.
+    MakeFifo(home.File("fifo.lms"));
+    MakeFifo(home.File("fifo.lmc"));
+    std::filesystem::create_directory(home.File("folder.lmc"));
+    const std::string red = std::string(LUMORA_SHARED_TEST_DATA) + "/scenes/red.lms";
+    const std::pair<std::string, const char*> refused[] = {
+        {"/dev/zero", "is a device, not a regular file"},
+        {home.File("fifo.lms"), "is a FIFO, not a regular file"},
+        {home.File("fifo.lmc"), "is a FIFO, not a regular file"},
+        {home.File("folder.lmc"), "is a directory"},
+        {"/proc/self/status", "is a file of the kernel, not a regular file"},
+    };
+    std::string playlist = "<Lumora><Scenes>";
+    for (const auto& [path, why] : refused)
+        playlist += "<Scene File=\"" + path + "\"/>";
+    WriteFile(home.File("mixed.lmp"), playlist + "<Scene File=\"" + red + "\"/></Scenes></Lumora>");
+    ASSERT_EQ(RunLumora(home, "--window --frames 5 -f '" + home.File("mixed.lmp") + "'"), 0)
+        << ReadFile(home.File("stderr.txt"));
+    const std::vector<std::string> messages = LogMessages(home);
+    for (const auto& [path, why] : refused) {
+        EXPECT_GE(Find(messages, "Scene file \"" + path + "\" " + why), 0) << path;
+        EXPECT_GE(Find(messages, "Scene '" + path + "' could not be loaded and is left out of the playlist"), 0);
+    }
+    EXPECT_GE(Find(messages, "New scene: '" + red + "'"), 0);
+
+    // Named alone, each ends the run at once with the reason.
+    const std::string modes[] = {"--window --frames 2", "--headless --out '" + home.File("f") + "'"};
+    for (const auto& [path, why] : refused) {
+        for (const std::string& mode : modes) {
+            SCOPED_TRACE(path + " " + mode);
+            EXPECT_EQ(RunLumora(home, mode + " -f '" + path + "'"), 1);
+            EXPECT_NE(ReadFile(home.File("stderr.txt")).find("\"" + path + "\" " + why), std::string::npos)
+                << ReadFile(home.File("stderr.txt"));
+        }
+    }
+}
+
+TEST(LumoraRun, SignalsEndARunTheNormalWayAtAnyMoment)
+{
+    // A playlist whose loading once waited for ever on a FIFO, and the
+    // default playlist, signalled while loading and while playing.
+    CTempDir data;
+    MakeFifo(data.File("fifo.lms"));
+    const std::string red = std::string(LUMORA_SHARED_TEST_DATA) + "/scenes/red.lms";
+    WriteFile(data.File("fifo.lmp"), "<Lumora><Scenes><Scene File=\"" + data.File("fifo.lms") + "\"/><Scene File=\"" +
+                                         red + "\"/></Scenes></Lumora>");
+    const std::string config = "<Lumora><Screensaver MaxSilenceTime=\"3\"/></Lumora>\n";
+    for (const std::string& scene : {" -f '" + data.File("fifo.lmp") + "'", std::string()}) {
+        for (const char* after : {"0", "0.3", "1.5"}) {
+            SCOPED_TRACE(scene + " after " + after);
+            CTempDir window;
+            std::filesystem::create_directory(window.File("lumora"));
+            WriteFile(window.File("lumora/config.xml"), config);
+            EXPECT_EQ(RunLumora(window, "--window" + scene, after), 0);
+            const std::vector<std::string> messages = LogMessages(window);
+            ASSERT_FALSE(messages.empty());
+            EXPECT_NE(Find(messages, "Lumora stopped with exit code 0"), -1);
+            EXPECT_EQ(ReadFile(window.File("lumora/config.xml")), config);
+
+            // A recording cut short says so and ends with the shell's code for the signal.
+            CTempDir recording;
+            const std::string headless = "--headless --size 64x36 --seconds 600 --out '" + recording.File("f") + "'";
+            EXPECT_EQ(RunLumora(recording, headless + scene, after), 128 + SIGTERM);
+            EXPECT_NE(ReadFile(recording.File("stderr.txt")).find("stopped by a signal after "), std::string::npos);
+            EXPECT_NE(Find(LogMessages(recording), "Lumora stopped with exit code 143"), -1);
+        }
+    }
 }
