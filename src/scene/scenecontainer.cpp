@@ -3,23 +3,23 @@
 #include "app/log.h"
 #include "app/regularfile.h"
 
+#include <QBuffer>
 #include <QFile>
-#include <QFileInfo>
-#include <QTemporaryFile>
+#include <QSaveFile>
 #include <quazip/quazip.h>
 #include <quazip/quazipfile.h>
 #include <quazip/quazipnewinfo.h>
 
 #include <array>
-#include <cstdio>
-#include <fcntl.h>
 #include <unistd.h>
 
 namespace {
 
-bool WriteArchive(const QString& path, std::span<const CSceneContainer::SEntry> entries)
+// The archive is made in memory: a scene with its two pictures is small.
+bool WriteArchive(QByteArray& archive, std::span<const CSceneContainer::SEntry> entries)
 {
-    QuaZip zip(path);
+    QBuffer buffer(&archive);
+    QuaZip zip(&buffer);
     if (!zip.open(QuaZip::mdCreate))
         return false;
     bool ok = true;
@@ -44,17 +44,6 @@ bool WriteArchive(const QString& path, std::span<const CSceneContainer::SEntry> 
     }
     zip.close();
     return ok && zip.getZipError() == ZIP_OK;
-}
-
-// The data must be on disk before the rename makes it the scene file.
-bool SyncFile(const QString& path)
-{
-    const int fd = ::open(QFile::encodeName(path).constData(), O_RDONLY | O_CLOEXEC);
-    if (fd < 0)
-        return false;
-    const bool ok = ::fsync(fd) == 0;
-    ::close(fd);
-    return ok;
 }
 
 } // namespace
@@ -124,25 +113,14 @@ bool CSceneContainer::Read(const QString& name, QByteArray& data)
 
 bool CSceneContainer::Write(const std::string& path, std::span<const SEntry> entries)
 {
-    const QFileInfo target(QString::fromStdString(path));
-    QTemporaryFile temp(target.absolutePath() + QStringLiteral("/.") + target.fileName() + QStringLiteral(".XXXXXX"));
-    if (!temp.open())
+    QByteArray archive;
+    if (!WriteArchive(archive, entries))
         return false;
-    const QString tempName = temp.fileName();
-    temp.close();
-    if (!WriteArchive(tempName, entries) || !SyncFile(tempName))
+    // QSaveFile writes beside the file and renames over it only on commit;
+    // an uncommitted file is removed. The explicit flush matters: commit()
+    // misses a failure of the buffered write it flushes itself.
+    QSaveFile file(QString::fromStdString(path));
+    if (!file.open(QIODevice::WriteOnly))
         return false;
-
-    // A temporary file is private to its owner; the scene gets the
-    // permissions of the file it replaces, or those of a plain new file.
-    QFileDevice::Permissions permissions = QFileDevice::ReadOwner | QFileDevice::WriteOwner |
-                                           QFileDevice::ReadGroup | QFileDevice::ReadOther;
-    if (target.exists())
-        permissions = target.permissions();
-    QFile::setPermissions(tempName, permissions);
-
-    if (std::rename(QFile::encodeName(tempName).constData(), QFile::encodeName(target.absoluteFilePath()).constData()) != 0)
-        return false;
-    temp.setAutoRemove(false);
-    return true;
+    return file.write(archive) == archive.size() && file.flush() && file.commit();
 }

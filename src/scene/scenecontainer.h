@@ -37,9 +37,9 @@ public:
     // missing, damaged or larger than MaxEntrySize; the last is logged.
     bool Read(const QString& name, QByteArray& data);
 
-    // Writes a new archive with the entries in their order. The archive is
-    // made in a temporary file beside `path` and renamed over it only when
-    // complete, so a failed write leaves an old file as it was.
+    // Writes a new archive with the entries in their order. The archive
+    // replaces a file at `path` only when it has reached the disk whole, so
+    // a failed write leaves an old file as it was.
     static bool Write(const std::string& path, std::span<const SEntry> entries);
 
 private:

@@ -319,11 +319,17 @@ TEST_F(SceneFile, SavesKeepImagesCountVersionsAndKeepTheCreationDate)
     EXPECT_EQ(ReadZip(File("s.lmc")).size(), 1u);
 }
 
-TEST_F(SceneFile, AFailedSaveLeavesTheOldFileAsItWas)
+TEST_F(SceneFile, ASaveReplacesTheOldFileWholeOrNotAtAll)
 {
     CScene scene;
     Fill(scene);
     ASSERT_TRUE(scene.Save(File("keep.lmc"), false));
+    // The new file takes the place of the old one with its permissions.
+    ASSERT_EQ(chmod(File("keep.lmc").c_str(), 0600), 0);
+    ASSERT_TRUE(scene.Save(File("keep.lmc"), false));
+    struct stat status{};
+    ASSERT_EQ(stat(File("keep.lmc").c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 0777, 0600u);
     const std::string before = ReadFile(File("keep.lmc"));
     const int version = scene.m_version;
     // Enough text that the archive can't stay below the size limit.
