@@ -1,4 +1,5 @@
 #include "render/render.h"
+#include "render/renderstateguard.h"
 
 #include "support/logcapture.h"
 
@@ -180,6 +181,42 @@ TEST(Render, StateManagerResetAndDerivedState)
     EXPECT_FALSE(CRenderStateManager::FrontFaceClockwise(2, false));
     EXPECT_FALSE(CRenderStateManager::FrontFaceClockwise(1, true));
     EXPECT_TRUE(CRenderStateManager::FrontFaceClockwise(2, true));
+}
+
+// A detour that draws elsewhere leaves the render as it found it.
+TEST(Render, StateGuardGivesBackCameraRectanglesAndStates)
+{
+    CFakeRender render;
+    CRenderData* data = render.GetRenderData();
+    data->SetStateManager(std::make_unique<CRenderStateManager>(data));
+    data->GetStateManager()->Reset();
+    render.m_virtualRect = SRect{0, 0, 1920, 1080};
+    render.m_currentRect = SRect{0, 0, 960, 1080};
+    CCamera camera;
+    camera.LookAt({0, 0, -5}, {0, 0, 0}, {0, 1, 0});
+    render.SetCamera(camera);
+    const CMatrix projection = render.GetProjection();
+    {
+        CRenderStateGuard guard(render);
+        render.m_virtualRect = render.m_currentRect = SRect{0, 0, 64, 32};
+        CCamera other;
+        other.m_projection = CCamera::Orthographic;
+        render.SetCamera(other);
+        CRenderStates& states = data->GetStateManager()->m_states;
+        states.m_flags = RS_AlphaTest;
+        states.m_srcBlend = BF_SrcAlpha;
+        states.m_dstBlend = BF_InvSrcAlpha;
+        states.m_cullMode = 0;
+    }
+    EXPECT_EQ(render.m_virtualRect, (SRect{0, 0, 1920, 1080}));
+    EXPECT_EQ(render.m_currentRect, (SRect{0, 0, 960, 1080}));
+    EXPECT_FLOAT_EQ(render.GetCamera()->m_eye.z, -5.0f);
+    EXPECT_EQ(render.GetProjection(), projection);
+    const CRenderStates& states = data->GetStateManager()->m_states;
+    EXPECT_EQ(states.m_flags, RS_DepthTest | RS_DepthWrite);
+    EXPECT_EQ(states.m_srcBlend, BF_One);
+    EXPECT_EQ(states.m_dstBlend, BF_Zero);
+    EXPECT_EQ(states.m_cullMode, 2);
 }
 
 TEST(Render, FullScreenQuad)

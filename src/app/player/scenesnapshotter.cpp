@@ -1,5 +1,6 @@
 #include "app/player/scenesnapshotter.h"
 
+#include "render/renderstateguard.h"
 #include "render/rendertarget.h"
 #include "render/texturemanager.h"
 #include "renderogl/renderogl.h"
@@ -25,9 +26,8 @@ bool SnapshotScene(CRenderOGL* render, CScene& scene, CSceneSnapshot& picture)
     if (!target)
         return false;
 
-    const CCamera camera = *render->GetCamera();
-    const SRect current = render->m_currentRect;
-    const SRect virtualRect = render->m_virtualRect;
+    // A save may come while the scene plays: its frames go on as before.
+    CRenderStateGuard guard(*render);
     target->Bind(render);
     scene.Update(0.0f, render);
     if (CRenderStateManager* states = render->GetStateManager()) {
@@ -45,9 +45,6 @@ bool SnapshotScene(CRenderOGL* render, CScene& scene, CSceneSnapshot& picture)
     picture.m_bgr.resize(size_t(SnapshotWidth) * SnapshotHeight * 3);
     render->ReadPixels(picture.m_bgr.data());
     target->Unbind();
-    render->m_currentRect = current;
-    render->m_virtualRect = virtualRect;
-    render->SetCamera(camera);
     return picture.IsValid();
 }
 
