@@ -10,6 +10,7 @@
 #include "app/runinfo.h"
 #include "app/stoprequest.h"
 #include "app/trace.h"
+#include "platform/configlauncher.h"
 #include "ports/port.h"
 #include "render/fxmanager.h"
 #include "render/render.h"
@@ -27,11 +28,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <filesystem>
-#include <spawn.h>
-#include <unistd.h>
-
-extern char** environ;
 
 CLumora* CLumora::s_instance = nullptr;
 
@@ -199,28 +195,8 @@ void CLumora::ForceRestoreActive()
 
 bool CLumora::ShowConfig()
 {
-    char self[4096];
-    const ssize_t length = readlink("/proc/self/exe", self, sizeof self - 1);
-    const std::filesystem::path directory =
-        length > 0 ? std::filesystem::path(std::string(self, size_t(length))).parent_path() : std::filesystem::path(".");
-    const std::string program = (directory / "lumora-config").string();
-    if (access(program.c_str(), X_OK) != 0) {
-        Error("Failed to launch the configuration: \"%s\" is not there", program.c_str());
+    if (!LaunchConfigProgram())
         return false;
-    }
-    char* argv[] = {const_cast<char*>(program.c_str()), nullptr};
-    pid_t pid = 0;
-    posix_spawnattr_t attributes;
-    posix_spawnattr_init(&attributes);
-    // Its own process group, so that it outlives this one undisturbed.
-    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETPGROUP);
-    const int result = posix_spawn(&pid, program.c_str(), nullptr, &attributes, argv, environ);
-    posix_spawnattr_destroy(&attributes);
-    if (result != 0) {
-        Error("Failed to launch the configuration \"%s\"", program.c_str());
-        return false;
-    }
-    Log("Started the configuration \"%s\"", program.c_str());
     if (m_requestClose)
         m_requestClose();
     return true;

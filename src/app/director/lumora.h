@@ -50,8 +50,9 @@ public:
     virtual void PrevScene();
     virtual void SetAutoGoto(bool automatic, bool next);
     virtual void ForceRestoreActive();
-    // Starts the configuration program beside this one; false, with a log
-    // line, when it isn't there or doesn't start.
+    // Starts the configuration program beside this one and asks to close
+    // the visualizer; false, with a log line, when it isn't there or doesn't
+    // start.
     virtual bool ShowConfig();
 
     bool Init();
