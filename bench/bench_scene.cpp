@@ -130,7 +130,7 @@ void BM_Scene_Update(benchmark::State& state)
     }
     for (auto _ : state) {
         scene.Update(1.0f / 30.0f, nullptr);
-        benchmark::DoNotOptimize(scene.m_context.m_time);
+        benchmark::DoNotOptimize(scene.GetContext().m_time);
     }
     state.SetItemsProcessed(state.iterations() * 50);
 }

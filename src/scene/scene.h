@@ -4,9 +4,9 @@
 #include "scene/scenebase.h"
 #include "scene/scenecontext.h"
 #include "scene/scenesnapshot.h"
+#include "scene/scenetime.h"
 
 #include <cstdint>
-#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -15,32 +15,8 @@
 class CNode;
 class CNodeFactory;
 class CPort;
-class CScene;
 class QXmlStreamReader;
 class QXmlStreamWriter;
-
-// A point in time in UTC, to the second. All zero means unset.
-struct SSceneTime
-{
-    uint16_t m_year = 0;
-    uint16_t m_month = 0;
-    uint16_t m_day = 0;
-    uint16_t m_hour = 0;
-    uint16_t m_minute = 0;
-    uint16_t m_second = 0;
-
-    bool IsSet() const { return m_year || m_month || m_day || m_hour || m_minute || m_second; }
-    static SSceneTime NowUtc();
-    // "YYYYMMDD hh:mm", or an empty text for an unset time.
-    std::string Format() const;
-    // Unset when the text is shorter than 14 characters or holds no valid date.
-    static SSceneTime Parse(std::string_view text);
-    bool operator==(const SSceneTime&) const = default;
-};
-
-// Renders the scene for the pictures of its container. Returns false when no
-// picture can be had.
-using SceneSnapshotSource = std::function<bool(CScene& scene, CSceneSnapshot& picture)>;
 
 // A scene that owns a node graph, with the metadata and the file forms of a
 // scene: ".lmc" containers and the bare XML of older ".lms" files.
@@ -84,17 +60,10 @@ public:
     void Restart() override;
     int32_t CheckCompatibility(const CSceneBase* other) const override;
 
-    // Reads a ".lmc" container or an older bare XML file. False only when the
-    // file can't be opened; a broken document leaves what was read up to the
-    // fault, with a log line.
+    // The file forms, in CSceneFile.
     bool Load(std::string_view path, bool loadGraph);
-    // Writes a ".lmc" container (".lms" in `path` becomes ".lmc"). The old file
-    // stays as it was unless the whole new one could be written.
     bool Save(std::string_view path, bool makeImages);
-    // `document` adds the XML declaration and leaves out "File".
     void Serialize(QXmlStreamWriter* writer, bool document);
-    // With `loadGraph` false only the header is read: attributes, author,
-    // description, tags and licence.
     bool Deserialize(QXmlStreamReader* reader, bool loadGraph);
 
     // A node of the type, named uniquely and appended; null for a type the
@@ -121,6 +90,18 @@ public:
     // a save that asks for images writes none.
     static void SetSnapshotSource(SceneSnapshotSource source);
 
+    const CSceneContext& GetContext() const { return m_context; }
+    // The first "Screen" node, or null.
+    CNode* GetRoot() const { return m_root; }
+    // Seconds the scene has been updated, warm-up included.
+    float GetElapsed() const { return m_elapsed; }
+    // The picture feeds back, so Restart winds the clock back.
+    bool HasFeedback() const { return m_feedback; }
+    void SetFeedback() { m_feedback = true; }
+    // The last Load found the document broken and kept only what came before
+    // the fault.
+    bool ReadFailed() const { return m_readFailed; }
+
     std::string m_id;
     std::string m_parentId;
     std::string m_author;
@@ -138,36 +119,25 @@ public:
     std::vector<std::string> m_goodScenes;
     std::vector<std::string> m_badScenes;
 
-    CRenderList m_renderList;
     std::vector<std::unique_ptr<CNode>> m_nodes;
-    CSceneContext m_context;
-    // Seconds the scene has been updated, warm-up included.
-    float m_elapsed = 0.0f;
-    // A texture input reads the "ColorNext" output of a RenderToTexture node:
-    // the picture feeds back, so Restart winds the clock back.
-    bool m_feedback = false;
-    // The first "Screen" node, or null.
-    CNode* m_root = nullptr;
-    // The last Load found the document broken and kept only what came before
-    // the fault.
-    bool m_readFailed = false;
 
 private:
+    // The loader sets what it finds out about the graph.
+    friend class CSceneFile;
+
     // One evaluation of the graph from the root, with its mesh generation.
     void UpdateGraph(float step, bool warmingUp, CRender* render);
     void GenerateMeshes();
     // A transition scene in an editor's or the front end's preview repeats.
     static bool IsPreviewRun();
-    void ReadAttributes(QXmlStreamReader* reader);
-    void ReadNodes(QXmlStreamReader* reader);
-    void ReadConnections(QXmlStreamReader* reader);
-    void ReadCompatibility(QXmlStreamReader* reader);
-    void ReadLicense(QXmlStreamReader* reader);
-    void WriteConnections(QXmlStreamWriter* writer) const;
-    void WriteCompatibility(QXmlStreamWriter* writer) const;
-    void DetectFeedback();
-    void RewriteOldShaders();
     CPort* FindPort(std::string_view path, bool input, std::string* component) const;
 
+    CRenderList m_renderList;
+    CSceneContext m_context;
+    float m_elapsed = 0.0f;
+    // A texture input reads the "ColorNext" output of a RenderToTexture node.
+    bool m_feedback = false;
+    CNode* m_root = nullptr;
+    bool m_readFailed = false;
     CNodeFactory* m_factory;
 };

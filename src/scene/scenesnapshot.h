@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <vector>
 
 // A picture of a scene as the render reads it back from a target: rows of
@@ -18,3 +19,9 @@ struct CSceneSnapshot
                m_bgr.size() == static_cast<std::size_t>(m_width) * static_cast<std::size_t>(m_height) * 3u;
     }
 };
+
+class CScene;
+
+// Renders the scene for the pictures of its container. Returns false when no
+// picture can be had.
+using SceneSnapshotSource = std::function<bool(CScene& scene, CSceneSnapshot& picture)>;

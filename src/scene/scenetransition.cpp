@@ -30,7 +30,7 @@ bool CSceneTransition::Prepare()
     }
     if (m_node)
         m_node->SetTransition(this);
-    m_transition->m_feedback = true;
+    m_transition->SetFeedback();
     return true;
 }
 

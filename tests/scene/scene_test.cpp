@@ -47,7 +47,7 @@ TEST_F(SceneGraph, AddsNodesUnderUniqueNamesWithTheFirstScreenAsRootAndRemovesTh
     CNode* sin = m_scene.AddNode("Sin");
     ASSERT_TRUE(screen && second && sin);
     EXPECT_EQ(NodeNames(m_scene), (Names{"Screen1", "Screen2", "Sin1"}));
-    EXPECT_EQ(m_scene.m_root, screen);
+    EXPECT_EQ(m_scene.GetRoot(), screen);
     EXPECT_EQ(m_scene.FindNode("Sin1"), sin);
     EXPECT_EQ(m_scene.FindNode("sin1"), nullptr);
 
@@ -68,9 +68,9 @@ TEST_F(SceneGraph, AddsNodesUnderUniqueNamesWithTheFirstScreenAsRootAndRemovesTh
     EXPECT_EQ(m_scene.AddNode("Sin")->m_name, "Sin1");
 
     EXPECT_TRUE(m_scene.RemoveNode("Screen1"));
-    EXPECT_EQ(m_scene.m_root, nullptr) << "the second Screen doesn't take over";
+    EXPECT_EQ(m_scene.GetRoot(), nullptr) << "the second Screen doesn't take over";
     EXPECT_EQ(m_scene.AddNode("Screen")->m_name, "Screen1");
-    EXPECT_EQ(m_scene.m_root, m_scene.FindNode("Screen1"));
+    EXPECT_EQ(m_scene.GetRoot(), m_scene.FindNode("Screen1"));
 }
 
 TEST_F(SceneGraph, ConnectsByPathWithTheTypeRule)
@@ -271,10 +271,10 @@ TEST_F(SceneGraph, DeviceWalksAndFrameBookkeeping)
     EXPECT_TRUE(m_scene.RestoreDevice(&render));
     EXPECT_EQ(cube->m_deviceDirty, 0xFFFFFFFEu) << "device 0 is restored";
 
-    const int frame = m_scene.m_context.m_frame;
+    const int frame = m_scene.GetContext().m_frame;
     m_scene.FrameFinished();
-    EXPECT_EQ(m_scene.m_context.m_frame, frame + 1);
+    EXPECT_EQ(m_scene.GetContext().m_frame, frame + 1);
     m_scene.Restart();
-    EXPECT_TRUE(m_scene.m_context.m_restarted);
+    EXPECT_TRUE(m_scene.GetContext().m_restarted);
     static_cast<CPortMesh*>(object->GetInPort("Mesh"))->m_value = nullptr;
 }

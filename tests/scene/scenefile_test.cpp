@@ -153,11 +153,11 @@ TEST_F(SceneFile, RoundTripThroughAContainerKeepsEveryFieldNodePortAndConnection
     EXPECT_TRUE(loaded.m_relicensingPossible);
     EXPECT_EQ(loaded.m_goodScenes, saved.m_goodScenes);
     EXPECT_EQ(loaded.m_badScenes, saved.m_badScenes);
-    EXPECT_TRUE(loaded.m_feedback) << "a texture input reads ColorNext";
-    EXPECT_FALSE(saved.m_feedback);
+    EXPECT_TRUE(loaded.HasFeedback()) << "a texture input reads ColorNext";
+    EXPECT_FALSE(saved.HasFeedback());
 
     ASSERT_EQ(loaded.m_nodes.size(), 7u);
-    EXPECT_EQ(loaded.m_root, loaded.FindNode("Screen1"));
+    EXPECT_EQ(loaded.GetRoot(), loaded.FindNode("Screen1"));
     CNode* rect = loaded.FindNode("RenderRect1");
     EXPECT_EQ(rect->GetInPort("Rect")->GetValue(), "0.1 0.2 0.9 0.8");
     EXPECT_EQ(rect->GetInPort("Mode")->GetValue(), "1");
@@ -185,7 +185,7 @@ TEST_F(SceneFile, HeaderOnlyLoadAndEmptyPath)
     EXPECT_TRUE(header.m_relicensingPossible);
     EXPECT_EQ(header.m_id, "0a1b2c3d4e");
     EXPECT_TRUE(header.m_goodScenes.empty()) << "compatibility belongs to the graph";
-    EXPECT_FALSE(header.m_feedback);
+    EXPECT_FALSE(header.HasFeedback());
 
     CScene empty;
     EXPECT_TRUE(empty.Load("", true));

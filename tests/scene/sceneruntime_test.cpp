@@ -112,7 +112,7 @@ TEST_F(SceneRuntime, WarmUpRunsFixedStepsBeforeTheFirstShownFrame)
     EXPECT_FALSE(shown.warmingUp);
     EXPECT_FALSE(shown.firstUpdate) << "not in the first shown frame when the scene warmed up";
     EXPECT_FLOAT_EQ(shown.deltaTime, 0.01f);
-    EXPECT_NEAR(warm.m_elapsed, 1.0f, 0.05f);
+    EXPECT_NEAR(warm.GetElapsed(), 1.0f, 0.05f);
 
     // Warm-up happens once: the next frame is one update.
     m_seen.clear();
@@ -127,7 +127,7 @@ TEST_F(SceneRuntime, TransitionTimeRunsFromZeroToOneOverItsLengthAndHoldsAtTheEn
     m_scene.m_runTime = 2.0f;
     m_scene.Update(0.5f, nullptr);
     EXPECT_FLOAT_EQ(m_seen.back().time, 0.25f);
-    EXPECT_FLOAT_EQ(m_scene.m_context.m_timeScale, 0.5f);
+    EXPECT_FLOAT_EQ(m_scene.GetContext().m_timeScale, 0.5f);
     for (int i = 0; i < 20; ++i)
         m_scene.Update(0.5f, nullptr);
     EXPECT_LE(m_seen.back().time, 1.0f);
@@ -164,8 +164,8 @@ TEST_F(SceneRuntime, TransitionTimeRunsFromZeroToOneOverItsLengthAndHoldsAtTheEn
     zero.m_sceneType = CScene::SceneType_Transition;
     zero.AddNode("Screen");
     zero.Update(1.0f, nullptr);
-    EXPECT_TRUE(std::isfinite(zero.m_context.m_time));
-    EXPECT_LE(zero.m_context.m_time, 1.0f);
+    EXPECT_TRUE(std::isfinite(zero.GetContext().m_time));
+    EXPECT_LE(zero.GetContext().m_time, 1.0f);
 }
 
 TEST_F(SceneRuntime, FramesCountFromARestartAndFeedbackScenesWindTheirClockBack)
@@ -186,11 +186,11 @@ TEST_F(SceneRuntime, FramesCountFromARestartAndFeedbackScenesWindTheirClockBack)
     EXPECT_EQ(m_seen.back().frame, 1);
     EXPECT_FALSE(m_seen.back().restarted);
 
-    m_scene.m_feedback = true;
+    m_scene.SetFeedback();
     m_scene.Restart();
     m_scene.Update(0.1f, nullptr);
     EXPECT_FLOAT_EQ(m_seen.back().time, 0.1f) << "feedback starts again from 0";
-    EXPECT_FLOAT_EQ(m_scene.m_elapsed, 0.1f);
+    EXPECT_FLOAT_EQ(m_scene.GetElapsed(), 0.1f);
 }
 
 TEST_F(SceneRuntime, ASceneWithoutScreenDoesNothingAndASecondScreenIsNotTheRoot)
@@ -199,13 +199,13 @@ TEST_F(SceneRuntime, ASceneWithoutScreenDoesNothingAndASecondScreenIsNotTheRoot)
     m_scene.Update(0.1f, nullptr);
     m_scene.Draw(nullptr);
     EXPECT_TRUE(m_seen.empty());
-    EXPECT_EQ(m_scene.m_elapsed, 0.0f);
+    EXPECT_EQ(m_scene.GetElapsed(), 0.0f);
 
     // The probe hangs on the second Screen, which nothing pulls.
     CNode* first = m_scene.AddNode("Screen");
     m_scene.AddNode("Screen");
     ASSERT_TRUE(m_scene.Connect("Beat1.Out", "Screen2.CamFov"));
-    EXPECT_EQ(m_scene.m_root, first);
+    EXPECT_EQ(m_scene.GetRoot(), first);
     m_scene.Update(0.1f, nullptr);
     EXPECT_TRUE(m_seen.empty());
     EXPECT_TRUE(first->m_updated);

@@ -418,7 +418,7 @@ void CLumora::Update(float deltaTime)
             }
         } else if (m_active && m_active->m_kind == CSceneBase::Kind_Transition) {
             auto* transition = static_cast<CSceneTransition*>(m_active);
-            const float done = transition->m_transition ? transition->m_transition->m_elapsed : m_scheduled;
+            const float done = transition->m_transition ? transition->m_transition->GetElapsed() : m_scheduled;
             if (done >= m_scheduled) {
                 Log("Transition done %f", double(done));
                 m_scheduled = transition->m_nextRunTime;
@@ -746,7 +746,7 @@ bool CLumora::LoadExternal()
     // while, so a stop request is looked at before each scene.
     const auto failed = [](CScene& scene) {
         const std::string file = scene.GetFileName();
-        return !scene.Load(file, true) || scene.m_readFailed;
+        return !scene.Load(file, true) || scene.ReadFailed();
     };
     std::vector<const CScene*> gone;
     for (SceneList* list : {&m_backgrounds, &m_foregrounds, &m_postprocessings}) {
@@ -796,8 +796,8 @@ bool CLumora::LoadExternal()
 void CLumora::PrepareLayeredScenes()
 {
     for (const auto& scene : m_foregrounds) {
-        if (scene->m_root)
-            StripClearNodes(*scene, scene->m_root);
+        if (scene->GetRoot())
+            StripClearNodes(*scene, scene->GetRoot());
     }
 }
 

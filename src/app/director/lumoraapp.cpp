@@ -50,11 +50,11 @@ std::unique_ptr<CScene> LoadPlayable(const std::string& path, const std::string&
         error = named + " cannot be opened; it is not a scene container";
         return nullptr;
     }
-    if (scene->m_readFailed) {
+    if (scene->ReadFailed()) {
         error = named + " is broken; the log tells where";
         return nullptr;
     }
-    if (!scene->m_root) {
+    if (!scene->GetRoot()) {
         error = named + " has no Screen node, so it draws nothing";
         return nullptr;
     }

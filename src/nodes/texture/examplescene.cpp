@@ -19,7 +19,7 @@ std::unique_ptr<CScene> LoadExampleScene(std::string_view path)
     g_loadingExample = false;
     if (!loaded)
         return nullptr;
-    if (!scene->m_root) {
+    if (!scene->GetRoot()) {
         Error("Example scene \"%s\" has no Screen node; it is not shown", std::string(path).c_str());
         return nullptr;
     }

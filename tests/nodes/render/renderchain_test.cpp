@@ -215,7 +215,7 @@ TEST_F(RenderChain, StepsDrawFromTheFarEndUnderTheirOwnViewportAndCamera)
     ASSERT_TRUE(m_scene.Connect("Clear1.Render", "RenderObject1.Render"));
     ASSERT_TRUE(m_scene.Connect("RenderObject1.Render", "Screen1.Render"));
     Set("Clear1.Color", "0.25 0.5 0.75 1");
-    EXPECT_EQ(m_scene.m_root, screen);
+    EXPECT_EQ(m_scene.GetRoot(), screen);
     Frame();
     // The object step's own list and the scene's list each put back the camera.
     EXPECT_EQ(m_render.m_journal, (Journal{"viewport 0 0 1 1", "camera 45", "clear 0.25 0.5 0.75 flags 3",
@@ -258,7 +258,7 @@ TEST_F(RenderChain, ScreenCameraFollowsItsPorts)
     EXPECT_NEAR(camera.m_forward.x, 1.0f, 1e-5f);
     EXPECT_NEAR(camera.m_forward.z, 0.0f, 1e-5f);
     EXPECT_NEAR(camera.m_up.y, 1.0f, 1e-5f);
-    EXPECT_EQ(m_scene.m_context.m_camera, &screen->m_camera);
+    EXPECT_EQ(m_scene.GetContext().m_camera, &screen->m_camera);
 
     const CMatrix plain = camera.m_view;
     Set("Screen1.ScaleByAspect", "1");

@@ -332,7 +332,7 @@ TEST_F(ShaderNodeGL, TimeInputsColoursAndSizesReachTheShader)
     DrawFrame();
     DrawFrame();
     ASSERT_TRUE(Shader()->HasTechnique());
-    const float time = m_scene->m_context.m_time;
+    const float time = m_scene->GetContext().m_time;
     ASSERT_GT(time, 0.0f);
     ExpectNear(RgbAt(3, 3), {Byte(0.25), Byte(0.4), Byte(time - std::floor(time))});
 
