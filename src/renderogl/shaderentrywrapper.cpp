@@ -1,5 +1,7 @@
 #include "renderogl/shaderentrywrapper.h"
 
+#include "app/textutil.h"
+
 #include <algorithm>
 #include <cctype>
 #include <charconv>
@@ -80,18 +82,10 @@ size_t Matching(const std::vector<std::string_view>& tokens, size_t open)
     return tokens.size();
 }
 
-std::string Upper(std::string_view text)
-{
-    std::string result(text);
-    for (char& c : result)
-        c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
-    return result;
-}
-
 // One spelling per meaning: Cg and HLSL have several for the same binding.
 std::string CanonicalSemantic(std::string_view semantic)
 {
-    std::string s = Upper(semantic);
+    std::string s = AsciiUpper(semantic);
     if (s.starts_with("SV_"))
         s = s == "SV_TARGET" ? "COLOR0" : s.starts_with("SV_TARGET") ? "COLOR" + s.substr(9) : s.substr(3);
     if (s == "POSITION0" || s == "HPOS")

@@ -6,6 +6,7 @@
 #include "app/random.h"
 #include "app/regularfile.h"
 #include "app/runinfo.h"
+#include "app/textutil.h"
 #include "app/trace.h"
 #include "ports/port.h"
 #include "ports/types/dataports.h"
@@ -40,34 +41,15 @@ SceneSnapshotSource& SnapshotSource()
     return source;
 }
 
-QString ToQt(std::string_view text)
-{
-    return QString::fromUtf8(text.data(), qsizetype(text.size()));
-}
-
 std::string Attribute(QXmlStreamReader* reader, QLatin1StringView name)
 {
     return reader->attributes().value(name).toString().toStdString();
 }
 
-bool EndsWith(std::string_view text, std::string_view suffix)
-{
-    return text.size() >= suffix.size() && text.substr(text.size() - suffix.size()) == suffix;
-}
-
-std::string WithSlashes(std::string_view path)
-{
-    std::string result(path);
-    std::replace(result.begin(), result.end(), '\\', '/');
-    return result;
-}
-
 bool ContainsIgnoringCase(const std::vector<std::string>& names, const std::string& name)
 {
-    const QString wanted = QString::fromStdString(name);
-    return std::any_of(names.begin(), names.end(), [&](const std::string& entry) {
-        return QString::fromStdString(entry).compare(wanted, Qt::CaseInsensitive) == 0;
-    });
+    return std::any_of(names.begin(), names.end(),
+                       [&](const std::string& entry) { return EqualNoCase(entry, name); });
 }
 
 // Bool, Int and Float convert into each other; every other type only meets its own.
@@ -746,7 +728,7 @@ bool CScene::Load(std::string_view path, bool loadGraph)
     const std::string expanded = ExpandPath(WithSlashes(path));
 
     QByteArray text;
-    const bool container = EndsWith(expanded, ".lmc");
+    const bool container = expanded.ends_with(".lmc");
     if (container) {
         CSceneContainer archive;
         if (!archive.Open(expanded) || !archive.Read(u"scene.xml"_s, text))
@@ -763,7 +745,7 @@ bool CScene::Load(std::string_view path, bool loadGraph)
 
     QXmlStreamReader reader(text);
     const bool complete = Deserialize(&reader, loadGraph);
-    if (!container && EndsWith(expanded, ".lms"))
+    if (!container && expanded.ends_with(".lms"))
         RewriteOldShaders();
     m_readFailed = !complete;
     if (!complete)
@@ -873,7 +855,7 @@ bool CScene::Save(std::string_view path, bool makeImages)
     m_lastModified = SSceneTime::NowUtc();
 
     std::string target(path);
-    if (EndsWith(target, ".lms"))
+    if (target.ends_with(".lms"))
         target.replace(target.size() - 4, 4, ".lmc");
     m_fileName = target;
     const std::string expanded = ExpandPath(WithSlashes(target));
@@ -913,7 +895,7 @@ bool CScene::Save(std::string_view path, bool makeImages)
         m_fileName = fileName;
         return false;
     }
-    if (EndsWith(expanded, ".lmc")) {
+    if (expanded.ends_with(".lmc")) {
         const std::string old = expanded.substr(0, expanded.size() - 4) + ".lms";
         QFile::remove(QString::fromStdString(old));
     }

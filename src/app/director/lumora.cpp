@@ -9,6 +9,7 @@
 #include "app/random.h"
 #include "app/runinfo.h"
 #include "app/stoprequest.h"
+#include "app/textutil.h"
 #include "app/trace.h"
 #include "ports/port.h"
 #include "render/fxmanager.h"
@@ -38,12 +39,6 @@ CLumora* CLumora::s_instance = nullptr;
 namespace {
 
 constexpr const char* kFxaaEffect = "nodedata/scenefxaa.cgfx";
-
-std::string WithSlashes(std::string path)
-{
-    std::replace(path.begin(), path.end(), '\\', '/');
-    return path;
-}
 
 // Moves the element `item` of `from` to the end of `to`.
 template <class TList>
