@@ -1,6 +1,7 @@
 #include "renderogl/shaderentrywrapper.h"
 
 #include "app/textutil.h"
+#include "render/hlsltokenizer.h"
 
 #include <algorithm>
 #include <cctype>
@@ -8,62 +9,20 @@
 
 namespace {
 
-bool IsIdentStart(char c)
-{
-    return std::isalpha(static_cast<unsigned char>(c)) || c == '_';
-}
-
-bool IsIdentChar(char c)
-{
-    return std::isalnum(static_cast<unsigned char>(c)) || c == '_';
-}
-
 bool IsIdent(std::string_view token)
 {
-    return !token.empty() && IsIdentStart(token[0]);
+    const char c = token.empty() ? '\0' : token[0];
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_';
 }
 
-// Identifiers, numbers, strings and single punctuation characters. Comments
-// and preprocessor lines (#line among them) carry nothing the signature needs.
+// Comments and preprocessor lines (#line among them) carry nothing the
+// signature needs.
 std::vector<std::string_view> Tokenize(std::string_view code)
 {
     std::vector<std::string_view> tokens;
-    bool lineStart = true;
-    size_t i = 0;
-    while (i < code.size()) {
-        const char c = code[i];
-        if (c == '\n') {
-            lineStart = true;
-            ++i;
-        } else if (std::isspace(static_cast<unsigned char>(c))) {
-            ++i;
-        } else if (c == '#' && lineStart) {
-            while (i < code.size() && code[i] != '\n')
-                i += (code[i] == '\\' && i + 1 < code.size()) ? 2 : 1;
-        } else if (code.substr(i, 2) == "//") {
-            while (i < code.size() && code[i] != '\n')
-                ++i;
-        } else if (code.substr(i, 2) == "/*") {
-            const size_t end = code.find("*/", i + 2);
-            i = end == std::string_view::npos ? code.size() : end + 2;
-        } else {
-            lineStart = false;
-            size_t end = i + 1;
-            if (IsIdentStart(c)) {
-                while (end < code.size() && IsIdentChar(code[end]))
-                    ++end;
-            } else if (std::isdigit(static_cast<unsigned char>(c))) {
-                while (end < code.size() && (IsIdentChar(code[end]) || code[end] == '.'))
-                    ++end;
-            } else if (c == '"') {
-                while (end < code.size() && code[end] != '"' && code[end] != '\n')
-                    ++end;
-                end = std::min(end + 1, code.size());
-            }
-            tokens.push_back(code.substr(i, end - i));
-            i = end;
-        }
-    }
+    CHlslTokenizer tokenizer(code);
+    for (SHlslToken token = tokenizer.Next(); token.kind != EHlslToken::End; token = tokenizer.Next())
+        tokens.push_back(token.text);
     return tokens;
 }
 
