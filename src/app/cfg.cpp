@@ -2,6 +2,7 @@
 
 #include "app/log.h"
 #include "app/regularfile.h"
+#include "app/textutil.h"
 #include "app/trace.h"
 
 #include <QSaveFile>
@@ -16,11 +17,6 @@
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
-
-QString ToQt(const std::string& text)
-{
-    return QString::fromStdString(text);
-}
 
 // ---- Reading ----
 

@@ -1,6 +1,7 @@
 #include "app/paths.h"
 
 #include "app/log.h"
+#include "app/textutil.h"
 #include "app/trace.h"
 
 #include <cstdlib>
@@ -21,12 +22,9 @@ std::string Getenv(const char* name)
 }
 
 // Forward slashes, no slash at the end (but for the root itself).
-std::string Normalised(std::string path)
+std::string Normalised(std::string_view text)
 {
-    for (char& c : path) {
-        if (c == '\\')
-            c = '/';
-    }
+    std::string path = WithSlashes(text);
     while (path.size() > 1 && path.back() == '/')
         path.pop_back();
     return path;

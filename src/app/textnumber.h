@@ -1,5 +1,6 @@
 #pragma once
 
+#include <charconv>
 #include <cstddef>
 #include <string>
 #include <string_view>
@@ -19,3 +20,17 @@ bool ParseLong(std::string_view text, long& out);
 
 // sscanf(text, "%f %f ...") for `count` fields: returns how many were read.
 int ScanFloats(std::string_view text, float* out, int count);
+
+// The whole text is one number from `low` to `high`: no blanks, no '+', no
+// rubbish after it. Leaves `out` alone otherwise.
+template <class T>
+bool ParseBounded(std::string_view text, T low, T high, T& out)
+{
+    T value{};
+    const char* end = text.data() + text.size();
+    const std::from_chars_result read = std::from_chars(text.data(), end, value);
+    if (text.empty() || read.ec != std::errc{} || read.ptr != end || !(value >= low && value <= high))
+        return false;
+    out = value;
+    return true;
+}

@@ -7,6 +7,7 @@
 #include "app/paths.h"
 #include "app/qtmessages.h"
 #include "app/stoprequest.h"
+#include "app/textnumber.h"
 #include "app/trace.h"
 #include "app/host/apptypewin.h"
 #include "app/player/headlessrun.h"
@@ -20,12 +21,12 @@
 #include "render/userapp3d.h"
 #include "scene/nodefactory.h"
 
+#include <QCommandLineParser>
+
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <filesystem>
 #include <string>
-#include <string_view>
 #include <unistd.h>
 #include <vector>
 
@@ -77,86 +78,94 @@ struct SOptions
     SHeadlessOptions recording;
 };
 
-bool ParseNumber(const char* text, float low, float high, float& out)
+// Latin-1 takes each byte to one character and back, so that file names that
+// are not UTF-8 pass through unchanged.
+std::string Bytes(const QString& text)
 {
-    char* end = nullptr;
-    const double value = std::strtod(text, &end);
-    if (!*text || *end || !(value >= low && value <= high))
-        return false;
-    out = static_cast<float>(value);
+    return text.toLatin1().toStdString();
+}
+
+// Bad command lines end in one line that says why, then the usage text.
+SOptions Bad(const QString& why)
+{
+    fprintf(stderr, "lumora: %s\n\n", Bytes(why).c_str());
+    SOptions options;
+    options.action = EAction::Bad;
+    return options;
+}
+
+// Every value given must read; the last one counts.
+template <class TRead>
+bool ReadValues(const QCommandLineParser& parser, const QCommandLineOption& option, TRead read, QString& error)
+{
+    for (const QString& text : parser.values(option)) {
+        if (!read(Bytes(text))) {
+            error = QStringLiteral("bad value \"%1\" for --%2").arg(text, option.names().front());
+            return false;
+        }
+    }
     return true;
 }
 
-bool ParseSeed(const char* text, uint32_t& out)
+template <class T>
+auto Bounded(T low, T high, T& out)
 {
-    char* end = nullptr;
-    const unsigned long long value = std::strtoull(text, &end, 10);
-    if (!*text || *end || *text == '-' || value > 0xFFFFFFFFull)
-        return false;
-    out = static_cast<uint32_t>(value);
-    return true;
-}
-
-bool ParseCount(const char* text, int& out)
-{
-    char* end = nullptr;
-    const long value = std::strtol(text, &end, 10);
-    if (!*text || *end || value < 1 || value > 1000000000)
-        return false;
-    out = static_cast<int>(value);
-    return true;
+    return [low, high, &out](const std::string& text) { return ParseBounded(text, low, high, out); };
 }
 
 SOptions ParseCommandLine(int argc, char** argv)
 {
+    const QCommandLineOption help(QStringList{"h", "help"}), window("window"), fullScreen("fullscreen"),
+        listNodeTypes("list-node-types"), listAudioSources("list-audio-sources"), headless("headless"),
+        scene("f", {}, "file"), song("song", {}, "file"), frames("frames", {}, "n"), out("out", {}, "dir"),
+        size("size", {}, "WxH"), fps("fps", {}, "f"), seconds("seconds", {}, "s"), seed("seed", {}, "n");
+    QCommandLineParser parser;
+    parser.addOptions({help, window, fullScreen, listNodeTypes, listAudioSources, headless, scene, song, frames, out,
+                       size, fps, seconds, seed});
+    QStringList arguments;
+    for (int i = 0; i < argc; ++i)
+        arguments << QString::fromLatin1(argv[i]);
+    if (!parser.parse(arguments))
+        return Bad(parser.errorText());
+    if (!parser.positionalArguments().isEmpty())
+        return Bad(QStringLiteral("unexpected argument \"%1\"").arg(parser.positionalArguments().front()));
+
     SOptions options;
-    for (int i = 1; i < argc; ++i) {
-        const std::string_view arg(argv[i]);
-        const bool hasValue = i + 1 < argc;
-        if (arg == "--list-node-types") {
-            options.action = EAction::ListNodeTypes;
-        } else if (arg == "--list-audio-sources") {
-            options.action = EAction::ListAudioSources;
-        } else if (arg == "--song" && hasValue) {
-            options.songPath = argv[++i];
-        } else if (arg == "--help" || arg == "-h") {
-            options.action = EAction::Help;
-            return options;
-        } else if (arg == "--window") {
+    if (parser.isSet(help)) {
+        options.action = EAction::Help;
+        return options;
+    }
+    // Of the switches that choose the same thing, the last one given counts.
+    for (const QString& name : parser.optionNames()) {
+        if (name == "window")
             options.windowMode = 3;
-        } else if (arg == "--fullscreen") {
+        else if (name == "fullscreen")
             options.windowMode = 2;
-        } else if (arg == "--frames" && hasValue && ParseCount(argv[i + 1], options.frames)) {
-            ++i;
-        } else if (arg == "-f" && hasValue) {
-            options.startScene = argv[++i];
-        } else if (arg == "--headless") {
-            options.headless = true;
-        } else if (arg == "--out" && hasValue) {
-            options.recording.m_outDirectory = argv[++i];
-        } else if (arg == "--size" && hasValue &&
-                   ParseFrameSize(argv[i + 1], options.recording.m_width, options.recording.m_height)) {
-            ++i;
-        } else if (arg == "--fps" && hasValue && ParseNumber(argv[i + 1], 1.0f, 1000.0f, options.recording.m_fps)) {
-            ++i;
-        } else if (arg == "--seconds" && hasValue &&
-                   ParseNumber(argv[i + 1], 0.001f, 86400.0f, options.recording.m_seconds)) {
-            ++i;
-        } else if (arg == "--seed" && hasValue && ParseSeed(argv[i + 1], options.recording.m_seed)) {
-            options.recording.m_seeded = true;
-            ++i;
-        } else {
-            fprintf(stderr, "lumora: unknown option or missing value \"%s\"\n\n", argv[i]);
-            options.action = EAction::Bad;
-            return options;
-        }
+        else if (name == "list-node-types")
+            options.action = EAction::ListNodeTypes;
+        else if (name == "list-audio-sources")
+            options.action = EAction::ListAudioSources;
     }
-    if (options.action == EAction::Run && options.headless && options.recording.m_outDirectory.empty()) {
-        fprintf(stderr, "lumora: --headless needs a directory for the pictures (--out)\n\n");
-        options.action = EAction::Bad;
-    }
-    options.recording.m_scenePath = options.startScene;
-    options.recording.m_songPath = options.songPath;
+    options.headless = parser.isSet(headless);
+    options.startScene = Bytes(parser.value(scene));
+    options.songPath = Bytes(parser.value(song));
+    options.recording.m_outDirectory = Bytes(parser.value(out));
+    options.recording.m_seeded = parser.isSet(seed);
+    SHeadlessOptions& recording = options.recording;
+    const auto frameSize = [&recording](const std::string& text) {
+        return ParseFrameSize(text, recording.m_width, recording.m_height);
+    };
+    QString error;
+    if (!ReadValues(parser, frames, Bounded(1, 1000000000, options.frames), error) ||
+        !ReadValues(parser, size, frameSize, error) ||
+        !ReadValues(parser, fps, Bounded(1.0f, 1000.0f, recording.m_fps), error) ||
+        !ReadValues(parser, seconds, Bounded(0.001f, 86400.0f, recording.m_seconds), error) ||
+        !ReadValues(parser, seed, Bounded(0u, 0xFFFFFFFFu, recording.m_seed), error))
+        return Bad(error);
+    if (options.action == EAction::Run && options.headless && recording.m_outDirectory.empty())
+        return Bad(QStringLiteral("--headless needs a directory for the pictures (--out)"));
+    recording.m_scenePath = options.startScene;
+    recording.m_songPath = options.songPath;
     return options;
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 // Named types of effect parameters. float4x4 keeps 1064, the number matrix
@@ -31,7 +32,7 @@ int FxTypeFloats(EFxType type);
 bool FxTypeIsSampler(EFxType type);
 // The type named by an effect's type keyword ("float4", "half3x3",
 // "sampler2D", "texture2D"), FT_Unknown for anything else.
-EFxType FxTypeFromName(const std::string& name);
+EFxType FxTypeFromName(std::string_view name);
 
 // A value on the right of a state assignment: either a program compile or a
 // list of words and numbers ("SrcAlpha", "0.5", "true"), constructor names

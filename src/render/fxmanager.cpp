@@ -2,6 +2,7 @@
 
 #include "app/log.h"
 #include "app/paths.h"
+#include "app/textutil.h"
 #include "render/fx.h"
 
 #include <chrono>
@@ -58,10 +59,7 @@ std::string CFxManager::FullPath(const std::string& name) const
     if (!path.empty() && path.back() != '/')
         path += '/';
     path += name;
-    for (char& c : path)
-        if (c == '\\')
-            c = '/';
-    return path;
+    return WithSlashes(path);
 }
 
 CFx* CFxManager::LoadWith(const std::string& name, bool cached, std::unique_ptr<CFx> effect)

@@ -1,144 +1,18 @@
 #include "render/fxparser.h"
 
-#include "app/textnumber.h"
+#include "render/hlsltokenizer.h"
 
-#include <cctype>
-#include <cstdlib>
 #include <optional>
 
 namespace {
 
-enum class ETok
-{
-    End,
-    Ident,
-    Number,
-    String,
-    Punct,
-};
-
-struct SToken
-{
-    ETok kind = ETok::End;
-    std::string text;
-    size_t begin = 0; // byte range in the text
-    size_t end = 0;
-    int line = 0;     // as the source names it, after #line
-    std::string file; // likewise
-};
-
-// Splits the text into tokens. Preprocessor lines other than #line stay in
-// the code and are skipped here; #line moves the reported positions.
-class CLexer
-{
-public:
-    CLexer(std::string_view text, std::string_view name) : m_text(text), m_file(name) {}
-
-    SToken Next()
-    {
-        SkipSpace();
-        SToken t;
-        t.begin = m_pos;
-        t.line = m_line;
-        t.file = m_file;
-        if (m_pos >= m_text.size()) {
-            t.end = m_pos;
-            return t;
-        }
-        const char c = m_text[m_pos];
-        if (std::isalpha(static_cast<unsigned char>(c)) || c == '_') {
-            while (m_pos < m_text.size() && (std::isalnum(static_cast<unsigned char>(m_text[m_pos])) || m_text[m_pos] == '_'))
-                ++m_pos;
-            t.kind = ETok::Ident;
-        } else if (std::isdigit(static_cast<unsigned char>(c)) || (c == '.' && m_pos + 1 < m_text.size() && std::isdigit(static_cast<unsigned char>(m_text[m_pos + 1])))) {
-            while (m_pos < m_text.size() && (std::isalnum(static_cast<unsigned char>(m_text[m_pos])) || m_text[m_pos] == '.' ||
-                                             ((m_text[m_pos] == '+' || m_text[m_pos] == '-') && (m_text[m_pos - 1] == 'e' || m_text[m_pos - 1] == 'E'))))
-                ++m_pos;
-            t.kind = ETok::Number;
-        } else if (c == '"') {
-            ++m_pos;
-            while (m_pos < m_text.size() && m_text[m_pos] != '"' && m_text[m_pos] != '\n')
-                m_pos += (m_text[m_pos] == '\\' && m_pos + 1 < m_text.size()) ? 2 : 1;
-            if (m_pos < m_text.size() && m_text[m_pos] == '"')
-                ++m_pos;
-            t.kind = ETok::String;
-        } else {
-            ++m_pos;
-            t.kind = ETok::Punct;
-        }
-        t.end = m_pos;
-        t.text = std::string(m_text.substr(t.begin, t.end - t.begin));
-        return t;
-    }
-
-private:
-    void SkipSpace()
-    {
-        bool lineStart = m_pos == 0 || m_text[m_pos - 1] == '\n';
-        while (m_pos < m_text.size()) {
-            const char c = m_text[m_pos];
-            if (c == '\n') {
-                ++m_line;
-                ++m_pos;
-                lineStart = true;
-            } else if (std::isspace(static_cast<unsigned char>(c))) {
-                ++m_pos;
-            } else if (m_text.compare(m_pos, 2, "//") == 0) {
-                while (m_pos < m_text.size() && m_text[m_pos] != '\n')
-                    ++m_pos;
-            } else if (m_text.compare(m_pos, 2, "/*") == 0) {
-                const size_t close = m_text.find("*/", m_pos + 2);
-                const size_t stop = close == std::string_view::npos ? m_text.size() : close + 2;
-                for (; m_pos < stop; ++m_pos)
-                    if (m_text[m_pos] == '\n')
-                        ++m_line;
-            } else if (c == '#' && lineStart) {
-                Directive();
-            } else {
-                return;
-            }
-        }
-    }
-
-    // At a '#' that starts a line: consumes the line, and applies #line.
-    void Directive()
-    {
-        const size_t eol = std::min(m_text.find('\n', m_pos), m_text.size());
-        std::string_view line = m_text.substr(m_pos + 1, eol - m_pos - 1);
-        m_pos = eol;
-        while (!line.empty() && std::isspace(static_cast<unsigned char>(line.front())))
-            line.remove_prefix(1);
-        if (line.substr(0, 4) != "line")
-            return;
-        line.remove_prefix(4);
-        char* end = nullptr;
-        const std::string rest(line);
-        const long number = std::strtol(rest.c_str(), &end, 10);
-        if (end == rest.c_str())
-            return;
-        // The line after the directive has the number it gives.
-        m_line = static_cast<int>(number) - 1;
-        const size_t quote = rest.find('"');
-        if (quote != std::string::npos) {
-            const size_t close = rest.find('"', quote + 1);
-            if (close != std::string::npos)
-                m_file = rest.substr(quote + 1, close - quote - 1);
-        }
-    }
-
-    std::string_view m_text;
-    size_t m_pos = 0;
-    int m_line = 1;
-    std::string m_file;
-};
-
-bool IsTypeWord(const std::string& word)
+bool IsTypeWord(std::string_view word)
 {
     return FxTypeFromName(word) != FT_Unknown;
 }
 
 // Vector and matrix constructor names: float4, int2, bool4, half3x3, ...
-bool IsConstructorWord(const std::string& word)
+bool IsConstructorWord(std::string_view word)
 {
     for (const char* base : {"float", "half", "fixed", "int", "uint", "bool"}) {
         const size_t n = std::char_traits<char>::length(base);
@@ -149,7 +23,7 @@ bool IsConstructorWord(const std::string& word)
     return false;
 }
 
-bool IsStorageWord(const std::string& word)
+bool IsStorageWord(std::string_view word)
 {
     return word == "uniform" || word == "extern" || word == "shared" || word == "volatile" || word == "const" ||
            word == "static" || word == "row_major" || word == "column_major" || word == "nointerpolation";
@@ -167,7 +41,7 @@ public:
 
     bool Run()
     {
-        while (m_tok.kind != ETok::End) {
+        while (m_tok.kind != EHlslToken::End) {
             if (!TopLevel())
                 return false;
         }
@@ -178,7 +52,14 @@ public:
 
 private:
     void Advance() { m_tok = m_lexer.Next(); }
-    bool Is(const char* text) const { return m_tok.kind != ETok::End && m_tok.text == text; }
+    bool Is(const char* text) const { return m_tok.kind != EHlslToken::End && m_tok.text == text; }
+    std::string Text() const { return std::string(m_tok.text); }
+    // The number token as a whole number; 0 for any other token.
+    int WholeNumber() const
+    {
+        double value = 0;
+        return m_tok.kind == EHlslToken::Number && HlslNumberValue(m_tok.text, value) ? static_cast<int>(value) : 0;
+    }
     bool Accept(const char* text)
     {
         if (!Is(text))
@@ -186,9 +67,9 @@ private:
         Advance();
         return true;
     }
-    bool Fail(const SToken& at, const std::string& message)
+    bool Fail(const SHlslToken& at, const std::string& message)
     {
-        m_error = at.file + "(" + std::to_string(at.line) + "): " + message;
+        m_error = std::string(at.file) + "(" + std::to_string(at.line) + "): " + message;
         return false;
     }
     bool Expect(const char* text, const std::string& what)
@@ -196,8 +77,8 @@ private:
         if (Accept(text))
             return true;
         return Fail(m_tok, std::string("expected '") + text + "' " + what +
-                               (m_tok.kind == ETok::End ? std::string(", found the end of the text")
-                                                        : ", found '" + m_tok.text + "'"));
+                               (m_tok.kind == EHlslToken::End ? std::string(", found the end of the text")
+                                                        : ", found '" + Text() + "'"));
     }
 
     // Spaces over a range of the code, keeping line breaks.
@@ -212,10 +93,10 @@ private:
     // '<'); returns the end of the closing token.
     std::optional<size_t> SkipGroup(const char* open, const char* close)
     {
-        const SToken start = m_tok;
+        const SHlslToken start = m_tok;
         int depth = 0;
         do {
-            if (m_tok.kind == ETok::End) {
+            if (m_tok.kind == EHlslToken::End) {
                 Fail(start, std::string("'") + open + "' is never closed");
                 return std::nullopt;
             }
@@ -245,11 +126,11 @@ private:
 
     bool TopLevel()
     {
-        if (m_tok.kind == ETok::Ident && (m_tok.text == "technique" || m_tok.text == "technique10" || m_tok.text == "technique11"))
+        if (m_tok.kind == EHlslToken::Identifier && (m_tok.text == "technique" || m_tok.text == "technique10" || m_tok.text == "technique11"))
             return Technique();
-        if (m_tok.kind == ETok::Ident && (m_tok.text == "struct" || m_tok.text == "typedef"))
+        if (m_tok.kind == EHlslToken::Identifier && (m_tok.text == "struct" || m_tok.text == "typedef"))
             return SkipDeclaration();
-        if (m_tok.kind == ETok::Ident && (IsStorageWord(m_tok.text) || IsTypeWord(m_tok.text)))
+        if (m_tok.kind == EHlslToken::Identifier && (IsStorageWord(m_tok.text) || IsTypeWord(m_tok.text)))
             return GlobalOrFunction();
         return SkipDeclaration();
     }
@@ -258,7 +139,7 @@ private:
     // '{...}' block (a function body, a struct), whichever ends it.
     bool SkipDeclaration()
     {
-        while (m_tok.kind != ETok::End) {
+        while (m_tok.kind != EHlslToken::End) {
             if (Accept(";"))
                 return true;
             if (Is("{")) {
@@ -279,19 +160,19 @@ private:
 
     bool GlobalOrFunction()
     {
-        const SToken first = m_tok;
+        const SHlslToken first = m_tok;
         bool isStatic = false;
-        while (m_tok.kind == ETok::Ident && IsStorageWord(m_tok.text)) {
+        while (m_tok.kind == EHlslToken::Identifier && IsStorageWord(m_tok.text)) {
             isStatic |= m_tok.text == "static";
             Advance();
         }
-        if (m_tok.kind != ETok::Ident || !IsTypeWord(m_tok.text))
+        if (m_tok.kind != EHlslToken::Identifier || !IsTypeWord(m_tok.text))
             return SkipDeclaration(); // a struct-typed global or a function of it
-        const SToken typeTok = m_tok;
+        const SHlslToken typeTok = m_tok;
         Advance();
-        if (m_tok.kind != ETok::Ident)
+        if (m_tok.kind != EHlslToken::Identifier)
             return SkipDeclaration();
-        const SToken nameTok = m_tok;
+        const SHlslToken nameTok = m_tok;
         Advance();
         if (Is("(") || isStatic)
             return SkipDeclaration(); // a function, or a constant of the code
@@ -301,15 +182,14 @@ private:
         param.m_type = FxTypeFromName(typeTok.text);
         param.m_line = nameTok.line;
         if (Accept("[")) {
-            if (m_tok.kind == ETok::Number)
-                param.m_arraySize = std::atoi(m_tok.text.c_str());
-            while (m_tok.kind != ETok::End && !Is("]"))
+            param.m_arraySize = WholeNumber();
+            while (m_tok.kind != EHlslToken::End && !Is("]"))
                 Advance();
             if (!Expect("]", "after the array size"))
                 return false;
         }
         if (Accept(":")) {
-            if (m_tok.kind != ETok::Ident)
+            if (m_tok.kind != EHlslToken::Identifier)
                 return Fail(m_tok, "expected a semantic after ':' of '" + param.m_name + "'");
             param.m_semantic = m_tok.text;
             Advance();
@@ -319,7 +199,7 @@ private:
             return false;
         const size_t blankFrom = keepEnd;
         if (Accept("=")) {
-            if (m_tok.kind == ETok::Ident && m_tok.text == "sampler_state") {
+            if (m_tok.kind == EHlslToken::Identifier && m_tok.text == "sampler_state") {
                 Advance();
                 if (!SamplerStates(param))
                     return false;
@@ -327,7 +207,7 @@ private:
                 return false;
             }
         }
-        const SToken end = m_tok;
+        const SHlslToken end = m_tok;
         if (!Expect(";", "after the declaration of '" + std::string(param.m_name) + "'"))
             return false;
         // Texture objects and strings mean nothing to the shading code;
@@ -344,19 +224,15 @@ private:
     {
         bool negative = false;
         int depth = 0;
-        while (m_tok.kind != ETok::End && !(depth == 0 && Is(";"))) {
+        while (m_tok.kind != EHlslToken::End && !(depth == 0 && Is(";"))) {
             if (Is("(") || Is("{"))
                 ++depth;
             else if (Is(")") || Is("}"))
                 --depth;
-            if (m_tok.kind == ETok::Number) {
+            if (m_tok.kind == EHlslToken::Number) {
                 double value = 0;
-                std::string digits = m_tok.text;
-                while (!digits.empty() && (digits.back() == 'f' || digits.back() == 'F' || digits.back() == 'h'))
-                    digits.pop_back();
-                size_t used = 0;
-                if (!ParseDouble(digits, value, &used) || used != digits.size())
-                    return Fail(m_tok, "'" + m_tok.text + "' is not a number in the value of '" + param.m_name + "'");
+                if (!HlslNumberValue(m_tok.text, value))
+                    return Fail(m_tok, "'" + Text() + "' is not a number in the value of '" + param.m_name + "'");
                 param.m_initialValues.push_back(static_cast<float>(negative ? -value : value));
             } else if (Is("true") || Is("false")) {
                 param.m_initialValues.push_back(Is("true") ? 1.0f : 0.0f);
@@ -384,37 +260,36 @@ private:
     // name [ '[' n ']' ] = value ;
     bool Assignment(SFxStateAssignment& state)
     {
-        if (m_tok.kind != ETok::Ident)
-            return Fail(m_tok, m_tok.kind == ETok::End ? "unexpected end of the text in a state block"
-                                                       : "expected a state name, found '" + m_tok.text + "'");
+        if (m_tok.kind != EHlslToken::Identifier)
+            return Fail(m_tok, m_tok.kind == EHlslToken::End ? "unexpected end of the text in a state block"
+                                                       : "expected a state name, found '" + Text() + "'");
         state.m_name = m_tok.text;
         state.m_line = m_tok.line;
         Advance();
         if (Accept("[")) {
-            if (m_tok.kind == ETok::Number)
-                state.m_index = std::atoi(m_tok.text.c_str());
+            state.m_index = WholeNumber();
             Advance();
             if (!Expect("]", "after the state index"))
                 return false;
         }
         if (!Expect("=", "after '" + state.m_name + "'"))
             return false;
-        if (m_tok.kind == ETok::Ident && m_tok.text == "compile")
+        if (m_tok.kind == EHlslToken::Identifier && m_tok.text == "compile")
             return Compile(state);
         int depth = 0;
-        while (m_tok.kind != ETok::End && !(depth == 0 && Is(";"))) {
+        while (m_tok.kind != EHlslToken::End && !(depth == 0 && Is(";"))) {
             if (Is("(") || Is("{") || Is("<"))
                 ++depth;
             else if (Is(")") || Is("}") || Is(">"))
                 --depth;
-            else if (m_tok.kind == ETok::Ident || m_tok.kind == ETok::Number)
-                state.m_value.m_words.push_back(m_tok.text);
+            else if (m_tok.kind == EHlslToken::Identifier || m_tok.kind == EHlslToken::Number)
+                state.m_value.m_words.push_back(Text());
             if (depth < 0)
-                return Fail(m_tok, "unbalanced '" + m_tok.text + "' in the value of '" + state.m_name + "'");
+                return Fail(m_tok, "unbalanced '" + Text() + "' in the value of '" + state.m_name + "'");
             if (Is("-")) {
                 Advance();
-                if (m_tok.kind == ETok::Number)
-                    state.m_value.m_words.push_back("-" + m_tok.text);
+                if (m_tok.kind == EHlslToken::Number)
+                    state.m_value.m_words.push_back("-" + Text());
                 else
                     continue;
             }
@@ -433,11 +308,11 @@ private:
         Advance();
         SFxStateValue& value = state.m_value;
         value.m_isCompile = true;
-        if (m_tok.kind != ETok::Ident)
+        if (m_tok.kind != EHlslToken::Identifier)
             return Fail(m_tok, "expected a profile after 'compile'");
         value.m_profile = m_tok.text;
         Advance();
-        if (m_tok.kind != ETok::Ident)
+        if (m_tok.kind != EHlslToken::Identifier)
             return Fail(m_tok, "expected an entry function after 'compile " + value.m_profile + "'");
         value.m_entry = m_tok.text;
         Advance();
@@ -447,7 +322,7 @@ private:
         std::string argument;
         size_t argumentBegin = m_tok.begin;
         std::string_view code = m_out.m_code;
-        while (m_tok.kind != ETok::End) {
+        while (m_tok.kind != EHlslToken::End) {
             if (depth == 0 && (Is(",") || Is(")"))) {
                 argument = std::string(code.substr(argumentBegin, m_tok.begin - argumentBegin));
                 if (!(Is(")") && value.m_arguments.empty() && argument.find_first_not_of(" \t\r\n") == std::string::npos))
@@ -471,20 +346,20 @@ private:
 
     bool Technique()
     {
-        const SToken start = m_tok;
+        const SHlslToken start = m_tok;
         Advance();
         SFxTechniqueDesc technique;
-        if (m_tok.kind == ETok::Ident) {
+        if (m_tok.kind == EHlslToken::Identifier) {
             technique.m_name = m_tok.text;
             Advance();
         }
         if (!SkipAnnotations() || !Expect("{", "after the technique name"))
             return false;
         while (!Is("}")) {
-            if (m_tok.kind == ETok::End)
+            if (m_tok.kind == EHlslToken::End)
                 return Fail(start, "technique '" + technique.m_name + "' is never closed");
-            if (!(m_tok.kind == ETok::Ident && m_tok.text == "pass"))
-                return Fail(m_tok, "expected 'pass' in technique '" + technique.m_name + "', found '" + m_tok.text + "'");
+            if (!(m_tok.kind == EHlslToken::Identifier && m_tok.text == "pass"))
+                return Fail(m_tok, "expected 'pass' in technique '" + technique.m_name + "', found '" + Text() + "'");
             SFxPassDesc pass;
             if (!Pass(pass))
                 return false;
@@ -501,7 +376,7 @@ private:
     bool Pass(SFxPassDesc& pass)
     {
         Advance();
-        if (m_tok.kind == ETok::Ident) {
+        if (m_tok.kind == EHlslToken::Identifier) {
             pass.m_name = m_tok.text;
             Advance();
         }
@@ -523,9 +398,9 @@ private:
         return true;
     }
 
-    CLexer m_lexer;
+    CHlslTokenizer m_lexer;
     SFxEffectDesc& m_out;
-    SToken m_tok;
+    SHlslToken m_tok;
 };
 
 } // namespace
@@ -552,7 +427,7 @@ bool FxTypeIsSampler(EFxType type)
     return type == FT_Sampler1D || type == FT_Sampler2D || type == FT_Sampler3D || type == FT_SamplerCube;
 }
 
-EFxType FxTypeFromName(const std::string& name)
+EFxType FxTypeFromName(std::string_view name)
 {
     struct SName
     {
@@ -573,7 +448,7 @@ EFxType FxTypeFromName(const std::string& name)
         {"textureCUBE", FT_Texture},
     };
     // Half and fixed precision are float precision here.
-    std::string key = name;
+    std::string key(name);
     for (const char* low : {"half", "fixed"})
         if (key.compare(0, std::char_traits<char>::length(low), low) == 0)
             key = "float" + key.substr(std::char_traits<char>::length(low));

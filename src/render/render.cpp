@@ -12,12 +12,12 @@ CRender::~CRender() = default;
 
 void CRender::SetViewport(float, float, float, float) {}
 
-CVertexBuffer* CRender::CreateVertexBuffer(int, int, int)
+std::unique_ptr<CVertexBuffer> CRender::CreateVertexBuffer(int, int, int)
 {
     return nullptr;
 }
 
-CIndexBuffer* CRender::CreateIndexBuffer(int, int)
+std::unique_ptr<CIndexBuffer> CRender::CreateIndexBuffer(int, int)
 {
     return nullptr;
 }
@@ -127,19 +127,17 @@ bool CRender::DrawFullScreenQuad()
         dObjs->m_VertexBufferUpsideDown->Unlock();
     }
     const bool flipped = m_data && m_data->m_boundFramebuffer != 0;
-    SetVertexBuffer(flipped ? dObjs->m_VertexBufferUpsideDown : dObjs->m_VertexBuffer);
+    SetVertexBuffer(flipped ? dObjs->m_VertexBufferUpsideDown.get() : dObjs->m_VertexBuffer.get());
     return DrawPrimitive(PT_Triangles, 0, 2);
 }
 
 void CRender::ReleaseQuad()
 {
     for (SDeviceObjects& objs : dObjs) {
-        for (CVertexBuffer** buffer : {&objs.m_VertexBuffer, &objs.m_VertexBufferUpsideDown}) {
-            if (*buffer == m_currentVertexBuffer)
+        for (std::unique_ptr<CVertexBuffer>* buffer : {&objs.m_VertexBuffer, &objs.m_VertexBufferUpsideDown}) {
+            if (buffer->get() == m_currentVertexBuffer)
                 m_currentVertexBuffer = nullptr;
-            if (*buffer)
-                (*buffer)->Release();
-            *buffer = nullptr;
+            buffer->reset();
         }
     }
 }

@@ -38,9 +38,9 @@ public:
     virtual void SetViewport(float x, float y, float width, float height);
     virtual CCamera* GetCamera() { return &m_camera; }
     virtual void SetCamera(const CCamera& camera);
-    virtual CVertexBuffer* CreateVertexBuffer(int count, int flags, int format);
+    virtual std::unique_ptr<CVertexBuffer> CreateVertexBuffer(int count, int flags, int format);
     virtual bool SetVertexBuffer(CVertexBuffer* buffer);
-    virtual CIndexBuffer* CreateIndexBuffer(int count, int flags);
+    virtual std::unique_ptr<CIndexBuffer> CreateIndexBuffer(int count, int flags);
     virtual bool SetIndexBuffer(CIndexBuffer* buffer);
     virtual bool Clear(const float color[4], float depth, int flags);
     // Only the world and view matrices can be set; the projection comes from
@@ -75,8 +75,8 @@ public:
 
     struct SDeviceObjects
     {
-        CVertexBuffer* m_VertexBuffer = nullptr;
-        CVertexBuffer* m_VertexBufferUpsideDown = nullptr;
+        std::unique_ptr<CVertexBuffer> m_VertexBuffer;
+        std::unique_ptr<CVertexBuffer> m_VertexBufferUpsideDown;
     };
     std::array<SDeviceObjects, 1> dObjs;
 

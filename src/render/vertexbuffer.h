@@ -5,8 +5,8 @@
 class CRenderData;
 
 // A vertex buffer of the device. Lock discards the old contents: a caller
-// writes every vertex it will draw, each time. Release frees the device object
-// and the buffer itself; callers never delete it.
+// writes every vertex it will draw, each time. The render hands buffers out
+// owned; one must die while its device's context is current.
 class CVertexBuffer
 {
 public:
@@ -20,7 +20,6 @@ public:
 
     virtual void* Lock() = 0;
     virtual void Unlock() = 0;
-    virtual void Release() = 0;
 
     int32_t m_count;
     int32_t m_flags;
@@ -40,7 +39,6 @@ public:
 
     virtual void* Lock() = 0;
     virtual void Unlock() = 0;
-    virtual void Release() = 0;
 
     int32_t m_count;
     int32_t m_flags;

@@ -48,11 +48,10 @@ void CVertexBufferOGL::Unlock()
     UnmapAndUnbind(GL_ARRAY_BUFFER, m_buffer.Id(), m_mapped);
 }
 
-void CVertexBufferOGL::Release()
+CVertexBufferOGL::~CVertexBufferOGL()
 {
     if (m_mapped)
         Unlock();
-    delete this;
 }
 
 CIndexBufferOGL::CIndexBufferOGL(CRenderData* owner, int count, int flags)
@@ -79,9 +78,8 @@ void CIndexBufferOGL::Unlock()
     UnmapAndUnbind(GL_ELEMENT_ARRAY_BUFFER, m_buffer.Id(), m_mapped);
 }
 
-void CIndexBufferOGL::Release()
+CIndexBufferOGL::~CIndexBufferOGL()
 {
     if (m_mapped)
         Unlock();
-    delete this;
 }

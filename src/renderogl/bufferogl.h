@@ -9,32 +9,26 @@ class CVertexBufferOGL : public CVertexBuffer
 {
 public:
     CVertexBufferOGL(CRenderData* owner, int count, int flags, int format);
+    ~CVertexBufferOGL() override;
     void* Lock() override;
     void Unlock() override;
-    void Release() override;
 
     int m_stride;
     CGLBuffer m_buffer;
     void* m_mapped = nullptr;
-
-private:
-    ~CVertexBufferOGL() override = default;
 };
 
 class CIndexBufferOGL : public CIndexBuffer
 {
 public:
     CIndexBufferOGL(CRenderData* owner, int count, int flags);
+    ~CIndexBufferOGL() override;
     void* Lock() override;
     void Unlock() override;
-    void Release() override;
 
     GLenum IndexType() const;
 
     CGLBuffer m_buffer;
     void* m_mapped = nullptr;
     int m_size;
-
-private:
-    ~CIndexBufferOGL() override = default;
 };

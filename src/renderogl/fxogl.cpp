@@ -1,6 +1,7 @@
 #include "renderogl/fxogl.h"
 
 #include "app/textnumber.h"
+#include "app/textutil.h"
 #include "render/fxmanager.h"
 #include "renderogl/glprogram.h"
 #include "renderogl/glprogramcache.h"
@@ -9,18 +10,8 @@
 
 #include <GL/glew.h>
 
-#include <cctype>
 
 namespace {
-
-bool SameName(const std::string& a, const char* b)
-{
-    size_t i = 0;
-    for (; i < a.size() && b[i]; ++i)
-        if (std::tolower(static_cast<unsigned char>(a[i])) != std::tolower(static_cast<unsigned char>(b[i])))
-            return false;
-    return i == a.size() && !b[i];
-}
 
 struct SGLWord
 {
@@ -58,7 +49,7 @@ template <size_t N>
 bool Lookup(const SGLWord (&table)[N], const std::string& word, GLenum& out)
 {
     for (const SGLWord& w : table) {
-        if (SameName(word, w.name)) {
+        if (EqualNoCase(word, w.name)) {
             out = w.value;
             return true;
         }

@@ -1,10 +1,10 @@
 #include "renderogl/fxstateogl.h"
 
 #include "app/textnumber.h"
+#include "app/textutil.h"
 
 #include <GL/glew.h>
 
-#include <cctype>
 #include <string_view>
 
 namespace {
@@ -14,16 +14,6 @@ struct SWord
     const char* name;
     unsigned value;
 };
-
-bool EqualNoCase(std::string_view a, std::string_view b)
-{
-    if (a.size() != b.size())
-        return false;
-    for (size_t i = 0; i < a.size(); ++i)
-        if (std::tolower(static_cast<unsigned char>(a[i])) != std::tolower(static_cast<unsigned char>(b[i])))
-            return false;
-    return true;
-}
 
 // Blend factors under their OpenGL and Direct3D names.
 constexpr SWord s_blendFactors[] = {

@@ -61,18 +61,18 @@ void CRenderOGL::SetViewport(float x, float y, float width, float height)
     glViewport(v.x, v.y, v.width, v.height);
 }
 
-CVertexBuffer* CRenderOGL::CreateVertexBuffer(int count, int flags, int format)
+std::unique_ptr<CVertexBuffer> CRenderOGL::CreateVertexBuffer(int count, int flags, int format)
 {
     if (count <= 0 || GetVertexFormat(format).stride == 0)
         return nullptr;
-    return new CVertexBufferOGL(m_data.get(), count, flags, format);
+    return std::make_unique<CVertexBufferOGL>(m_data.get(), count, flags, format);
 }
 
-CIndexBuffer* CRenderOGL::CreateIndexBuffer(int count, int flags)
+std::unique_ptr<CIndexBuffer> CRenderOGL::CreateIndexBuffer(int count, int flags)
 {
     if (count <= 0)
         return nullptr;
-    return new CIndexBufferOGL(m_data.get(), count, flags);
+    return std::make_unique<CIndexBufferOGL>(m_data.get(), count, flags);
 }
 
 bool CRenderOGL::Clear(const float color[4], float depth, int flags)

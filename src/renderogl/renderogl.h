@@ -17,8 +17,8 @@ public:
     void ReleaseDevice();
 
     void SetViewport(float x, float y, float width, float height) override;
-    CVertexBuffer* CreateVertexBuffer(int count, int flags, int format) override;
-    CIndexBuffer* CreateIndexBuffer(int count, int flags) override;
+    std::unique_ptr<CVertexBuffer> CreateVertexBuffer(int count, int flags, int format) override;
+    std::unique_ptr<CIndexBuffer> CreateIndexBuffer(int count, int flags) override;
     bool Clear(const float color[4], float depth, int flags) override;
     bool DrawPrimitive(int kind, int first, int primitives) override;
     bool DrawIndexedPrimitive(int kind, int first, int primitives, int instances) override;

@@ -1,5 +1,6 @@
 #include "renderogl/shadercompiler.h"
 
+#include "app/textutil.h"
 #include "renderogl/glslangprocess.h"
 #include "renderogl/shaderentrywrapper.h"
 #include "renderogl/shaderpreprocessor.h"
@@ -215,8 +216,7 @@ bool CShaderCompiler::Compile(const SShaderSource& source, SCompiledShader& resu
 
 bool CShaderCompiler::StageOfProfile(std::string_view profile, EShaderStage& stage)
 {
-    std::string p(profile);
-    std::transform(p.begin(), p.end(), p.begin(), [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    const std::string p = AsciiLower(profile);
     for (std::string_view prefix : {"vs_", "vp", "arbvp", "glslv", "gp4vp", "hlslv"})
         if (p.starts_with(prefix)) {
             stage = EShaderStage::Vertex;

@@ -1,67 +1,28 @@
 #include "renderogl/shaderentrywrapper.h"
 
+#include "app/textutil.h"
+#include "render/hlsltokenizer.h"
+
 #include <algorithm>
 #include <cctype>
 #include <charconv>
 
 namespace {
 
-bool IsIdentStart(char c)
-{
-    return std::isalpha(static_cast<unsigned char>(c)) || c == '_';
-}
-
-bool IsIdentChar(char c)
-{
-    return std::isalnum(static_cast<unsigned char>(c)) || c == '_';
-}
-
 bool IsIdent(std::string_view token)
 {
-    return !token.empty() && IsIdentStart(token[0]);
+    const char c = token.empty() ? '\0' : token[0];
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_';
 }
 
-// Identifiers, numbers, strings and single punctuation characters. Comments
-// and preprocessor lines (#line among them) carry nothing the signature needs.
+// Comments and preprocessor lines (#line among them) carry nothing the
+// signature needs.
 std::vector<std::string_view> Tokenize(std::string_view code)
 {
     std::vector<std::string_view> tokens;
-    bool lineStart = true;
-    size_t i = 0;
-    while (i < code.size()) {
-        const char c = code[i];
-        if (c == '\n') {
-            lineStart = true;
-            ++i;
-        } else if (std::isspace(static_cast<unsigned char>(c))) {
-            ++i;
-        } else if (c == '#' && lineStart) {
-            while (i < code.size() && code[i] != '\n')
-                i += (code[i] == '\\' && i + 1 < code.size()) ? 2 : 1;
-        } else if (code.substr(i, 2) == "//") {
-            while (i < code.size() && code[i] != '\n')
-                ++i;
-        } else if (code.substr(i, 2) == "/*") {
-            const size_t end = code.find("*/", i + 2);
-            i = end == std::string_view::npos ? code.size() : end + 2;
-        } else {
-            lineStart = false;
-            size_t end = i + 1;
-            if (IsIdentStart(c)) {
-                while (end < code.size() && IsIdentChar(code[end]))
-                    ++end;
-            } else if (std::isdigit(static_cast<unsigned char>(c))) {
-                while (end < code.size() && (IsIdentChar(code[end]) || code[end] == '.'))
-                    ++end;
-            } else if (c == '"') {
-                while (end < code.size() && code[end] != '"' && code[end] != '\n')
-                    ++end;
-                end = std::min(end + 1, code.size());
-            }
-            tokens.push_back(code.substr(i, end - i));
-            i = end;
-        }
-    }
+    CHlslTokenizer tokenizer(code);
+    for (SHlslToken token = tokenizer.Next(); token.kind != EHlslToken::End; token = tokenizer.Next())
+        tokens.push_back(token.text);
     return tokens;
 }
 
@@ -80,18 +41,10 @@ size_t Matching(const std::vector<std::string_view>& tokens, size_t open)
     return tokens.size();
 }
 
-std::string Upper(std::string_view text)
-{
-    std::string result(text);
-    for (char& c : result)
-        c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
-    return result;
-}
-
 // One spelling per meaning: Cg and HLSL have several for the same binding.
 std::string CanonicalSemantic(std::string_view semantic)
 {
-    std::string s = Upper(semantic);
+    std::string s = AsciiUpper(semantic);
     if (s.starts_with("SV_"))
         s = s == "SV_TARGET" ? "COLOR0" : s.starts_with("SV_TARGET") ? "COLOR" + s.substr(9) : s.substr(3);
     if (s == "POSITION0" || s == "HPOS")

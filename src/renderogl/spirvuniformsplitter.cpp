@@ -1,47 +1,11 @@
 #include "renderogl/spirvuniformsplitter.h"
 
+#include <spirv_cross/spirv.hpp>
+
 #include <map>
 #include <set>
 
 namespace {
-
-// The few parts of the SPIR-V grammar that the rewrite touches.
-enum : uint32_t
-{
-    OpName = 5,
-    OpMemberName = 6,
-    OpTypeBool = 20,
-    OpTypeInt = 21,
-    OpTypeFloat = 22,
-    OpTypeVector = 23,
-    OpTypeMatrix = 24,
-    OpTypeImage = 25,
-    OpTypeSampledImage = 27,
-    OpTypeArray = 28,
-    OpTypeStruct = 30,
-    OpTypePointer = 32,
-    OpConstant = 43,
-    OpFunction = 54,
-    OpVariable = 59,
-    OpLoad = 61,
-    OpAccessChain = 65,
-    OpInBoundsAccessChain = 66,
-    OpDecorate = 71,
-    OpMemberDecorate = 72,
-    OpDecorateString = 5632,
-    OpMemberDecorateString = 5633,
-
-    DecorationBlock = 2,
-    DecorationHlslSemantic = 5635,
-
-    StorageUniformConstant = 0,
-    StorageUniform = 2,
-
-    Dim1D = 0,
-    Dim2D = 1,
-    Dim3D = 2,
-    DimCube = 3,
-};
 
 constexpr size_t HeaderWords = 5;
 constexpr size_t BoundWord = 3;
@@ -83,17 +47,17 @@ public:
 
     bool Parse(std::string& error)
     {
-        if (m_words.size() < HeaderWords || m_words[0] != 0x07230203) {
+        if (m_words.size() < HeaderWords || m_words[0] != spv::MagicNumber) {
             error = "not a SPIR-V module";
             return false;
         }
         for (size_t at = HeaderWords; at < m_words.size();) {
-            const uint32_t count = m_words[at] >> 16;
+            const uint32_t count = m_words[at] >> spv::WordCountShift;
             if (count == 0 || at + count > m_words.size()) {
                 error = "truncated SPIR-V instruction";
                 return false;
             }
-            const SInstruction in{at, m_words[at] & 0xFFFF, count};
+            const SInstruction in{at, m_words[at] & spv::OpCodeMask, count};
             m_instructions.push_back(in);
             Index(in);
             at += count;
@@ -114,7 +78,7 @@ public:
     bool ConstantValue(uint32_t id, uint32_t& value) const
     {
         const SInstruction* c = Def(id);
-        if (!c || c->opcode != OpConstant || c->count < 4)
+        if (!c || c->opcode != spv::OpConstant || c->count < 4)
             return false;
         value = Word(*c, 3);
         return true;
@@ -131,37 +95,37 @@ private:
     {
         const size_t index = m_instructions.size() - 1;
         switch (in.opcode) {
-        case OpName:
+        case spv::OpName:
             m_names[Word(in, 1)] = ReadString(Words(in, 2), in.count - 2);
             break;
-        case OpMemberName:
+        case spv::OpMemberName:
             m_memberNames[{Word(in, 1), Word(in, 2)}] = ReadString(Words(in, 3), in.count - 3);
             break;
-        case OpDecorate:
-            if (Word(in, 2) == DecorationBlock)
+        case spv::OpDecorate:
+            if (Word(in, 2) == spv::DecorationBlock)
                 m_blocks.insert(Word(in, 1));
             break;
-        case OpDecorateString:
-            if (Word(in, 2) == DecorationHlslSemantic)
+        case spv::OpDecorateString:
+            if (Word(in, 2) == spv::DecorationHlslSemanticGOOGLE)
                 m_semantics[Word(in, 1)] = ReadString(Words(in, 3), in.count - 3);
             break;
-        case OpMemberDecorateString:
-            if (Word(in, 3) == DecorationHlslSemantic)
+        case spv::OpMemberDecorateString:
+            if (Word(in, 3) == spv::DecorationHlslSemanticGOOGLE)
                 m_memberSemantics[{Word(in, 1), Word(in, 2)}] = ReadString(Words(in, 4), in.count - 4);
             break;
-        case OpTypeBool:
-        case OpTypeInt:
-        case OpTypeFloat:
-        case OpTypeVector:
-        case OpTypeMatrix:
-        case OpTypeImage:
-        case OpTypeSampledImage:
-        case OpTypeArray:
-        case OpTypeStruct:
-        case OpTypePointer:
+        case spv::OpTypeBool:
+        case spv::OpTypeInt:
+        case spv::OpTypeFloat:
+        case spv::OpTypeVector:
+        case spv::OpTypeMatrix:
+        case spv::OpTypeImage:
+        case spv::OpTypeSampledImage:
+        case spv::OpTypeArray:
+        case spv::OpTypeStruct:
+        case spv::OpTypePointer:
             m_defs[Word(in, 1)] = index;
             break;
-        case OpConstant:
+        case spv::OpConstant:
             m_defs[Word(in, 2)] = index;
             break;
         default:
@@ -178,7 +142,7 @@ private:
 void ReflectType(const CModule& module, uint32_t id, SShaderUniform& u)
 {
     const SInstruction* t = module.Def(id);
-    if (t && t->opcode == OpTypeArray) {
+    if (t && t->opcode == spv::OpTypeArray) {
         uint32_t length = 0;
         module.ConstantValue(module.Word(*t, 3), length);
         u.arraySize = static_cast<int>(length);
@@ -189,38 +153,38 @@ void ReflectType(const CModule& module, uint32_t id, SShaderUniform& u)
         return;
     auto isFloat = [&](uint32_t typeId) {
         const SInstruction* s = module.Def(typeId);
-        return s && s->opcode == OpTypeFloat;
+        return s && s->opcode == spv::OpTypeFloat;
     };
     switch (t->opcode) {
-    case OpTypeFloat:
+    case spv::OpTypeFloat:
         u.type = EShaderParamType::Float;
         break;
-    case OpTypeVector:
+    case spv::OpTypeVector:
         if (isFloat(module.Word(*t, 2)) && module.Word(*t, 3) >= 2 && module.Word(*t, 3) <= 4)
             u.type = static_cast<EShaderParamType>(static_cast<int>(EShaderParamType::Float2) + module.Word(*t, 3) - 2);
         break;
-    case OpTypeMatrix: {
+    case spv::OpTypeMatrix: {
         const SInstruction* column = module.Def(module.Word(*t, 2));
         const uint32_t columns = module.Word(*t, 3);
-        if (column && column->opcode == OpTypeVector && module.Word(*column, 3) == columns && columns >= 2)
+        if (column && column->opcode == spv::OpTypeVector && module.Word(*column, 3) == columns && columns >= 2)
             u.type = static_cast<EShaderParamType>(static_cast<int>(EShaderParamType::Float2x2) + columns - 2);
         break;
     }
-    case OpTypeBool:
+    case spv::OpTypeBool:
         u.type = EShaderParamType::Bool;
         break;
-    case OpTypeInt:
+    case spv::OpTypeInt:
         u.type = module.Word(*t, 3) ? EShaderParamType::Int : EShaderParamType::Bool;
         break;
-    case OpTypeSampledImage: {
+    case spv::OpTypeSampledImage: {
         const SInstruction* image = module.Def(module.Word(*t, 2));
-        if (!image || image->opcode != OpTypeImage)
+        if (!image || image->opcode != spv::OpTypeImage)
             break;
         switch (module.Word(*image, 3)) {
-        case Dim1D: u.type = EShaderParamType::Sampler1D; break;
-        case Dim2D: u.type = EShaderParamType::Sampler2D; break;
-        case Dim3D: u.type = EShaderParamType::Sampler3D; break;
-        case DimCube: u.type = EShaderParamType::SamplerCube; break;
+        case spv::Dim1D: u.type = EShaderParamType::Sampler1D; break;
+        case spv::Dim2D: u.type = EShaderParamType::Sampler2D; break;
+        case spv::Dim3D: u.type = EShaderParamType::Sampler3D; break;
+        case spv::DimCube: u.type = EShaderParamType::SamplerCube; break;
         default: break;
         }
         break;
@@ -251,17 +215,17 @@ bool CSpirvUniformSplitter::Split(std::vector<uint32_t>& words, std::vector<SUni
     // Uniform block variables, and samplers as they are.
     std::map<uint32_t, SBlock> blocks;
     for (const SInstruction& in : module.Instructions()) {
-        if (in.opcode != OpVariable)
+        if (in.opcode != spv::OpVariable)
             continue;
         const uint32_t variable = module.Word(in, 2);
         const SInstruction* pointer = module.Def(module.Word(in, 1));
-        if (!pointer || pointer->opcode != OpTypePointer)
+        if (!pointer || pointer->opcode != spv::OpTypePointer)
             continue;
         const uint32_t pointee = module.Word(*pointer, 3);
         const uint32_t storage = module.Word(in, 3);
-        if (storage == StorageUniform && module.m_blocks.contains(pointee)) {
+        if (storage == spv::StorageClassUniform && module.m_blocks.contains(pointee)) {
             blocks[variable] = SBlock{variable, pointee, {}};
-        } else if (storage == StorageUniformConstant) {
+        } else if (storage == spv::StorageClassUniformConstant) {
             SUniform u;
             u.id = variable;
             u.info.name = module.m_names[variable];
@@ -273,7 +237,7 @@ bool CSpirvUniformSplitter::Split(std::vector<uint32_t>& words, std::vector<SUni
 
     // The members that access chains reach, each to become a variable.
     for (const SInstruction& in : module.Instructions()) {
-        if ((in.opcode != OpAccessChain && in.opcode != OpInBoundsAccessChain) || !blocks.contains(module.Word(in, 3)))
+        if ((in.opcode != spv::OpAccessChain && in.opcode != spv::OpInBoundsAccessChain) || !blocks.contains(module.Word(in, 3)))
             continue;
         uint32_t member = 0;
         if (in.count < 5 || !module.ConstantValue(module.Word(in, 4), member)) {
@@ -288,7 +252,7 @@ bool CSpirvUniformSplitter::Split(std::vector<uint32_t>& words, std::vector<SUni
     // UniformConstant pointer types to be declared, by pointee type.
     std::map<uint32_t, uint32_t> constantPointers;
     for (const SInstruction& in : module.Instructions())
-        if (in.opcode == OpTypePointer && module.Word(in, 2) == StorageUniformConstant)
+        if (in.opcode == spv::OpTypePointer && module.Word(in, 2) == spv::StorageClassUniformConstant)
             constantPointers[module.Word(in, 3)] = module.Word(in, 1);
     std::map<uint32_t, uint32_t> newPointers;
     auto constantPointer = [&](uint32_t pointee) {
@@ -320,7 +284,7 @@ bool CSpirvUniformSplitter::Split(std::vector<uint32_t>& words, std::vector<SUni
     }
     // Access chains further into a member point at UniformConstant now.
     for (const SInstruction& in : module.Instructions())
-        if ((in.opcode == OpAccessChain || in.opcode == OpInBoundsAccessChain) && blocks.contains(module.Word(in, 3)) &&
+        if ((in.opcode == spv::OpAccessChain || in.opcode == spv::OpInBoundsAccessChain) && blocks.contains(module.Word(in, 3)) &&
             in.count > 5) {
             const SInstruction* pointer = module.Def(module.Word(in, 1));
             if (pointer)
@@ -342,32 +306,32 @@ bool CSpirvUniformSplitter::Split(std::vector<uint32_t>& words, std::vector<SUni
             const size_t start = out.size() - 1;
             out.push_back(u.id);
             AppendString(out, u.info.name);
-            out[start] = static_cast<uint32_t>((out.size() - start) << 16) | OpName;
+            out[start] = static_cast<uint32_t>((out.size() - start) << spv::WordCountShift) | spv::OpName;
         }
     };
     auto isAnnotation = [](uint32_t op) {
-        return op == OpDecorate || op == OpMemberDecorate || op == OpDecorateString || op == OpMemberDecorateString ||
-               (op >= 73 && op <= 75); // decoration groups
+        return op == spv::OpDecorate || op == spv::OpMemberDecorate || op == spv::OpDecorateString || op == spv::OpMemberDecorateString ||
+               (op >= spv::OpDecorationGroup && op <= spv::OpGroupMemberDecorate);
     };
-    auto isType = [](uint32_t op) { return op >= 19 && op <= 39; };
+    auto isType = [](uint32_t op) { return op >= spv::OpTypeVoid && op <= spv::OpTypeForwardPointer; };
     for (const SInstruction& in : module.Instructions()) {
         const uint32_t op = in.opcode;
-        if (isAnnotation(op) || isType(op) || op == OpConstant || op == OpVariable || op == OpFunction)
+        if (isAnnotation(op) || isType(op) || op == spv::OpConstant || op == spv::OpVariable || op == spv::OpFunction)
             writeNames();
         // What names or decorates a block variable goes with it.
-        if ((op == OpName || op == OpDecorate || op == OpDecorateString) && blocks.contains(module.Word(in, 1)))
+        if ((op == spv::OpName || op == spv::OpDecorate || op == spv::OpDecorateString) && blocks.contains(module.Word(in, 1)))
             continue;
-        if (op == OpVariable && blocks.contains(module.Word(in, 2))) {
+        if (op == spv::OpVariable && blocks.contains(module.Word(in, 2))) {
             const SBlock& block = blocks[module.Word(in, 2)];
             for (auto [pointee, pointer] : newPointers)
-                out.insert(out.end(), {(4u << 16) | OpTypePointer, pointer, StorageUniformConstant, pointee});
+                out.insert(out.end(), {(4u << spv::WordCountShift) | spv::OpTypePointer, pointer, spv::StorageClassUniformConstant, pointee});
             newPointers.clear();
             for (auto [member, variable] : block.memberVariables)
-                out.insert(out.end(), {(4u << 16) | OpVariable, constantPointer(memberType(block, member)), variable,
-                                       StorageUniformConstant});
+                out.insert(out.end(), {(4u << spv::WordCountShift) | spv::OpVariable, constantPointer(memberType(block, member)), variable,
+                                       spv::StorageClassUniformConstant});
             continue;
         }
-        if ((op == OpAccessChain || op == OpInBoundsAccessChain) && blocks.contains(module.Word(in, 3))) {
+        if ((op == spv::OpAccessChain || op == spv::OpInBoundsAccessChain) && blocks.contains(module.Word(in, 3))) {
             const SBlock& block = blocks[module.Word(in, 3)];
             uint32_t member = 0;
             module.ConstantValue(module.Word(in, 4), member);
@@ -377,7 +341,7 @@ bool CSpirvUniformSplitter::Split(std::vector<uint32_t>& words, std::vector<SUni
                 continue;
             }
             const SInstruction* pointer = module.Def(module.Word(in, 1));
-            out.push_back(((in.count - 1) << 16) | op);
+            out.push_back(((in.count - 1) << spv::WordCountShift) | op);
             out.push_back(constantPointer(module.Word(*pointer, 3)));
             out.push_back(module.Word(in, 2));
             out.push_back(variable);
@@ -386,7 +350,7 @@ bool CSpirvUniformSplitter::Split(std::vector<uint32_t>& words, std::vector<SUni
         }
         const size_t start = out.size();
         out.insert(out.end(), module.Words(in, 0), module.Words(in, in.count));
-        if (op == OpLoad || op == OpAccessChain || op == OpInBoundsAccessChain) {
+        if (op == spv::OpLoad || op == spv::OpAccessChain || op == spv::OpInBoundsAccessChain) {
             auto it = replaced.find(out[start + 3]);
             if (it != replaced.end())
                 out[start + 3] = it->second;

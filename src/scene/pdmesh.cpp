@@ -2,11 +2,7 @@
 
 #include "render/render.h"
 
-CPDMesh::~CPDMesh()
-{
-    // Buffers belong to the device and go back through InvalidateDevice;
-    // one still held here would be released with its device's data.
-}
+CPDMesh::~CPDMesh() = default;
 
 bool CPDMesh::MeshRestoreDevice(CRender* render)
 {
@@ -17,12 +13,7 @@ void CPDMesh::MeshInvalidateDevice(CRender* render)
 {
     if (!render)
         return;
-    SDeviceObjects& objects = dObjs[size_t(render->GetDeviceIndex())];
-    if (objects.m_vertexBuffer)
-        objects.m_vertexBuffer->Release();
-    if (objects.m_indexBuffer)
-        objects.m_indexBuffer->Release();
-    objects = SDeviceObjects{};
+    dObjs[size_t(render->GetDeviceIndex())] = SDeviceObjects{};
 }
 
 // The buffers are built from the mesh model's data; a mesh without data has
@@ -44,8 +35,8 @@ void CPDMesh::Draw(CRender* render, int)
     const SDeviceObjects& objects = dObjs[size_t(render->GetDeviceIndex())];
     if (!objects.m_vertexBuffer || !objects.m_indexBuffer)
         return;
-    render->SetVertexBuffer(objects.m_vertexBuffer);
-    render->SetIndexBuffer(objects.m_indexBuffer);
+    render->SetVertexBuffer(objects.m_vertexBuffer.get());
+    render->SetIndexBuffer(objects.m_indexBuffer.get());
     render->DrawIndexedPrimitive(PT_Triangles, 0, objects.m_indexCount / 3, 0);
 }
 

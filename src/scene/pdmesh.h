@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstdint>
+#include <memory>
 
 class CIndexBuffer;
 class CRender;
@@ -29,8 +30,8 @@ public:
 
     struct SDeviceObjects
     {
-        CVertexBuffer* m_vertexBuffer = nullptr;
-        CIndexBuffer* m_indexBuffer = nullptr;
+        std::unique_ptr<CVertexBuffer> m_vertexBuffer;
+        std::unique_ptr<CIndexBuffer> m_indexBuffer;
         int m_indexCount = 0;
     };
     std::array<SDeviceObjects, 1> dObjs;

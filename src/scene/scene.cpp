@@ -4,6 +4,7 @@
 #include "app/log.h"
 #include "app/random.h"
 #include "app/runinfo.h"
+#include "app/textutil.h"
 #include "app/trace.h"
 #include "ports/port.h"
 #include "ports/types/dataports.h"
@@ -22,19 +23,11 @@
 
 namespace {
 
-std::string WithSlashes(std::string_view path)
-{
-    std::string result(path);
-    std::replace(result.begin(), result.end(), '\\', '/');
-    return result;
-}
 
 bool ContainsIgnoringCase(const std::vector<std::string>& names, const std::string& name)
 {
-    const QString wanted = QString::fromStdString(name);
-    return std::any_of(names.begin(), names.end(), [&](const std::string& entry) {
-        return QString::fromStdString(entry).compare(wanted, Qt::CaseInsensitive) == 0;
-    });
+    return std::any_of(names.begin(), names.end(),
+                       [&](const std::string& entry) { return EqualNoCase(entry, name); });
 }
 
 // Bool, Int and Float convert into each other; every other type only meets its own.

@@ -3,6 +3,7 @@
 #include "app/log.h"
 #include "app/paths.h"
 #include "app/regularfile.h"
+#include "app/textutil.h"
 #include "ports/port.h"
 #include "scene/node.h"
 #include "scene/scene.h"
@@ -27,26 +28,9 @@ SceneSnapshotSource& SnapshotSource()
     return source;
 }
 
-QString ToQt(std::string_view text)
-{
-    return QString::fromUtf8(text.data(), qsizetype(text.size()));
-}
-
 std::string Attribute(QXmlStreamReader* reader, QLatin1StringView name)
 {
     return reader->attributes().value(name).toString().toStdString();
-}
-
-bool EndsWith(std::string_view text, std::string_view suffix)
-{
-    return text.size() >= suffix.size() && text.substr(text.size() - suffix.size()) == suffix;
-}
-
-std::string WithSlashes(std::string_view path)
-{
-    std::string result(path);
-    std::replace(result.begin(), result.end(), '\\', '/');
-    return result;
 }
 
 std::string PortPath(const CPort* port)
@@ -250,7 +234,7 @@ bool CSceneFile::Load(std::string_view path, bool loadGraph)
     const std::string expanded = ExpandPath(WithSlashes(path));
 
     QByteArray text;
-    const bool container = EndsWith(expanded, ".lmc");
+    const bool container = expanded.ends_with(".lmc");
     if (container) {
         CSceneContainer archive;
         if (!archive.Open(expanded) || !archive.Read(u"scene.xml"_s, text))
@@ -267,7 +251,7 @@ bool CSceneFile::Load(std::string_view path, bool loadGraph)
 
     QXmlStreamReader reader(text);
     const bool complete = Deserialize(&reader, loadGraph);
-    if (!container && EndsWith(expanded, ".lms"))
+    if (!container && expanded.ends_with(".lms"))
         RewriteOldShaders();
     m_scene.m_readFailed = !complete;
     if (!complete)
@@ -376,7 +360,7 @@ bool CSceneFile::Save(std::string_view path, bool makeImages)
     m_scene.m_lastModified = SSceneTime::NowUtc();
 
     std::string target(path);
-    if (EndsWith(target, ".lms"))
+    if (target.ends_with(".lms"))
         target.replace(target.size() - 4, 4, ".lmc");
     m_scene.m_fileName = target;
     const std::string expanded = ExpandPath(WithSlashes(target));
@@ -416,7 +400,7 @@ bool CSceneFile::Save(std::string_view path, bool makeImages)
         m_scene.m_fileName = fileName;
         return false;
     }
-    if (EndsWith(expanded, ".lmc")) {
+    if (expanded.ends_with(".lmc")) {
         const std::string old = expanded.substr(0, expanded.size() - 4) + ".lms";
         QFile::remove(QString::fromStdString(old));
     }

@@ -23,7 +23,6 @@ public:
     ~CMemoryVertexBuffer() override { --m_live; }
     void* Lock() override { return m_bytes.data(); }
     void Unlock() override {}
-    void Release() override { delete this; }
 
     std::vector<unsigned char> m_bytes;
     int& m_live;
@@ -42,13 +41,13 @@ public:
     ~CFakeRender() override { ReleaseQuad(); }
 
     void SetViewport(float, float, float, float) override {}
-    CVertexBuffer* CreateVertexBuffer(int count, int, int format) override
+    std::unique_ptr<CVertexBuffer> CreateVertexBuffer(int count, int, int format) override
     {
         if (m_failCreate)
             return nullptr;
-        return new CMemoryVertexBuffer(count, format, m_liveBuffers);
+        return std::make_unique<CMemoryVertexBuffer>(count, format, m_liveBuffers);
     }
-    CIndexBuffer* CreateIndexBuffer(int, int) override { return nullptr; }
+    std::unique_ptr<CIndexBuffer> CreateIndexBuffer(int, int) override { return nullptr; }
     bool Clear(const float*, float, int) override { return true; }
     bool DrawPrimitive(int kind, int first, int primitives) override
     {
@@ -226,8 +225,8 @@ TEST(Render, FullScreenQuad)
     ASSERT_EQ(render.m_draws.size(), 1u);
     EXPECT_EQ(render.m_draws[0].kind, PT_Triangles);
     EXPECT_EQ(render.m_draws[0].count, 2);
-    CVertexBuffer* upright = render.dObjs[0].m_VertexBuffer;
-    CVertexBuffer* upsideDown = render.dObjs[0].m_VertexBufferUpsideDown;
+    CVertexBuffer* upright = render.dObjs[0].m_VertexBuffer.get();
+    CVertexBuffer* upsideDown = render.dObjs[0].m_VertexBufferUpsideDown.get();
     EXPECT_EQ(render.m_draws[0].buffer, upright);
     EXPECT_EQ(upright->m_format, VBF_PNTBTC);
     EXPECT_EQ(upright->m_count, 6);

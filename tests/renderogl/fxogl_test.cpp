@@ -239,8 +239,8 @@ technique T { pass { VertexProgram = compile vp40 mainVS(); FragmentProgram = co
 )"));
     ASSERT_TRUE(fx) << Manager()->GetLastError();
     std::unique_ptr<CFxTechnique> technique(fx->GetBestTechnique());
-    CVertexBuffer* vertices = m_render->CreateVertexBuffer(4, 0, VBF_PC);
-    CIndexBuffer* indices = m_render->CreateIndexBuffer(6, 0);
+    std::unique_ptr<CVertexBuffer> vertices = m_render->CreateVertexBuffer(4, 0, VBF_PC);
+    std::unique_ptr<CIndexBuffer> indices = m_render->CreateIndexBuffer(6, 0);
     ASSERT_TRUE(technique && vertices && indices);
     const float corners[4][4] = {{-1, -1, 0, 0}, {-1, 1, 0, 0}, {0, 1, 0, 0}, {0, -1, 0, 0}};
     std::memcpy(vertices->Lock(), corners, sizeof corners);
@@ -253,14 +253,12 @@ technique T { pass { VertexProgram = compile vp40 mainVS(); FragmentProgram = co
     ClearTo(0, 0, 0);
     CFxPass* pass = technique->FirstPass();
     pass->SetState();
-    m_render->SetVertexBuffer(vertices);
-    m_render->SetIndexBuffer(indices);
+    m_render->SetVertexBuffer(vertices.get());
+    m_render->SetIndexBuffer(indices.get());
     m_render->DrawIndexedPrimitive(PT_Triangles, 0, 2, 2);
     pass->ResetState();
     m_render->SetVertexBuffer(nullptr);
     m_render->SetIndexBuffer(nullptr);
-    vertices->Release();
-    indices->Release();
 
     // Rows count from the bottom; blue grows from the bottom to the top edge.
     for (int x : {3, Width - 4}) {

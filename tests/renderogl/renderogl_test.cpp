@@ -146,7 +146,7 @@ TEST_F(RenderOGL, ClearOfDepthTurnsDepthWriteOnAndColourOnlyLeavesDepth)
 
 TEST_F(RenderOGL, IndexedDrawsUseTheBufferWidthOfIndices)
 {
-    CVertexBuffer* vertices = m_render->CreateVertexBuffer(4, VBF_DYNAMIC, VBF_PC);
+    std::unique_ptr<CVertexBuffer> vertices = m_render->CreateVertexBuffer(4, VBF_DYNAMIC, VBF_PC);
     ASSERT_NE(vertices, nullptr);
     struct SVertex
     {
@@ -159,11 +159,11 @@ TEST_F(RenderOGL, IndexedDrawsUseTheBufferWidthOfIndices)
     ASSERT_NE(data, nullptr);
     std::memcpy(data, corners, sizeof corners);
     vertices->Unlock();
-    m_render->SetVertexBuffer(vertices);
+    m_render->SetVertexBuffer(vertices.get());
     States().m_cullMode = 0;
 
     for (int count : {65534, 65535}) {
-        CIndexBuffer* indices = m_render->CreateIndexBuffer(count, 0);
+        std::unique_ptr<CIndexBuffer> indices = m_render->CreateIndexBuffer(count, 0);
         ASSERT_NE(indices, nullptr);
         void* out = indices->Lock();
         ASSERT_NE(out, nullptr);
@@ -175,7 +175,7 @@ TEST_F(RenderOGL, IndexedDrawsUseTheBufferWidthOfIndices)
                 static_cast<uint32_t*>(out)[i] = static_cast<uint32_t>(quad[i]);
         }
         indices->Unlock();
-        m_render->SetIndexBuffer(indices);
+        m_render->SetIndexBuffer(indices.get());
 
         ClearTo(0, 0, 1);
         EXPECT_TRUE(m_render->DrawIndexedPrimitive(PT_Triangles, 0, 2, 1));
@@ -187,10 +187,8 @@ TEST_F(RenderOGL, IndexedDrawsUseTheBufferWidthOfIndices)
         m_render->DrawIndexedPrimitive(PT_Triangles, 0, 2, 3);
         EXPECT_EQ(At(2, Height / 2), Red) << count;
         m_render->SetIndexBuffer(nullptr);
-        indices->Release();
     }
     m_render->SetVertexBuffer(nullptr);
-    vertices->Release();
 
     EXPECT_EQ(m_render->CreateVertexBuffer(0, 0, VBF_PC), nullptr);
     EXPECT_EQ(m_render->CreateVertexBuffer(4, 0, 9), nullptr);

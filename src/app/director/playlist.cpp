@@ -4,6 +4,7 @@
 #include "app/paths.h"
 #include "app/regularfile.h"
 #include "app/textnumber.h"
+#include "app/textutil.h"
 #include "app/trace.h"
 
 #include <QDir>
@@ -20,36 +21,16 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-QString ToQt(std::string_view text)
-{
-    return QString::fromUtf8(text.data(), qsizetype(text.size()));
-}
-
-std::string ToStd(QStringView text)
-{
-    return text.toString().toStdString();
-}
-
 // Through "%s" so that no "%" of a path or an error text is taken as a format.
 void LogText(const QString& text)
 {
     Log("%s", text.toUtf8().constData());
 }
 
-std::string Slashed(std::string_view path)
-{
-    std::string result(path);
-    for (char& c : result) {
-        if (c == '\\')
-            c = '/';
-    }
-    return result;
-}
-
 // The file form of a path: forward slashes, the directories as macros.
 QString Stored(std::string_view path)
 {
-    return ToQt(CompressPath(Slashed(path)));
+    return ToQt(CompressPath(WithSlashes(path)));
 }
 
 struct SList
@@ -91,7 +72,7 @@ void ReadEntries(QXmlStreamReader& reader, CPlaylist& playlist, CPlaylist::Entri
     while (reader.readNextStartElement()) {
         if (reader.name() == u"Scene") {
             const QXmlStreamAttributes attributes = reader.attributes();
-            const std::string file = ExpandPath(Slashed(ToStd(attributes.value("File"_L1))));
+            const std::string file = ExpandPath(WithSlashes(ToStd(attributes.value("File"_L1))));
             if (file.empty()) {
                 // A scene without a file can't be played; the others still can.
                 LogText(QStringLiteral("Playlist entry without a file in <%1> at line %2 dropped")
@@ -127,7 +108,7 @@ void WriteEntries(QXmlStreamWriter& writer, const SList& list, const CPlaylist::
 bool CPlaylist::Load(std::string_view path)
 {
     TRACE("CPlaylist::Load");
-    const QString name = ToQt(ExpandPath(Slashed(path)));
+    const QString name = ToQt(ExpandPath(WithSlashes(path)));
     QByteArray text;
     std::string why;
     if (!ReadRegularFile(name.toStdString(), MaxFileSize, text, why)) {
@@ -173,7 +154,7 @@ bool CPlaylist::Load(std::string_view path)
 bool CPlaylist::Save(std::string_view path) const
 {
     TRACE("CPlaylist::Save");
-    const QString name = ToQt(ExpandPath(Slashed(path)));
+    const QString name = ToQt(ExpandPath(WithSlashes(path)));
     QSaveFile file(name);
     if (!file.open(QIODevice::WriteOnly)) {
         LogText(QStringLiteral("Failed to open playlist file for writing \"%1\"").arg(name));
@@ -204,7 +185,7 @@ bool CPlaylist::Deserialize(QXmlStreamReader& reader)
     // A document that breaks off ends this loop early; what was read stays.
     while (reader.readNextStartElement()) {
         if (reader.name() == u"Playlist") {
-            m_activeSceneFile = ExpandPath(Slashed(ToStd(reader.attributes().value("ActiveSceneFile"_L1))));
+            m_activeSceneFile = ExpandPath(WithSlashes(ToStd(reader.attributes().value("ActiveSceneFile"_L1))));
             if (!m_activeSceneFile.empty())
                 Log("ActiveScene: '%s'", m_activeSceneFile.c_str());
             reader.skipCurrentElement();

@@ -10,6 +10,7 @@
 #include "app/random.h"
 #include "app/regularfile.h"
 #include "app/stoprequest.h"
+#include "app/textnumber.h"
 #include "renderogl/renderogl.h"
 #include "services/picturesequencewriter.h"
 
@@ -95,22 +96,8 @@ bool ParseFrameSize(std::string_view text, int& width, int& height)
     const size_t x = text.find('x');
     if (x == std::string_view::npos)
         return false;
-    const auto side = [](std::string_view part, int& out) {
-        if (part.empty() || part.size() > 5)
-            return false;
-        int value = 0;
-        for (char c : part) {
-            if (c < '0' || c > '9')
-                return false;
-            value = value * 10 + (c - '0');
-        }
-        if (value < 1 || value > MaxSide)
-            return false;
-        out = value;
-        return true;
-    };
     int w = 0, h = 0;
-    if (!side(text.substr(0, x), w) || !side(text.substr(x + 1), h))
+    if (!ParseBounded(text.substr(0, x), 1, MaxSide, w) || !ParseBounded(text.substr(x + 1), 1, MaxSide, h))
         return false;
     width = w;
     height = h;

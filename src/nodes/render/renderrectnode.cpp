@@ -82,12 +82,6 @@ void CRenderRectNode::Update(float time, CSceneContext*)
 
 void CRenderRectNode::ReleaseBuffers(SDeviceObjects& objects)
 {
-    if (objects.m_VertexBuffer)
-        objects.m_VertexBuffer->Release();
-    if (objects.m_VertexBufferUpsideDown)
-        objects.m_VertexBufferUpsideDown->Release();
-    if (objects.m_IndexBuffer)
-        objects.m_IndexBuffer->Release();
     objects = SDeviceObjects{};
 }
 
@@ -107,18 +101,15 @@ bool CRenderRectNode::RestoreDevice(CRender* render)
     const int vertexCount = int((W + 1) * (H + 1));
     const int indexCount = int(6 * W * H);
 
-    for (CVertexBuffer** buffer : {&dObjs->m_VertexBuffer, &dObjs->m_VertexBufferUpsideDown}) {
-        if (*buffer && (*buffer)->m_count < vertexCount) {
-            (*buffer)->Release();
-            *buffer = nullptr;
-        }
+    for (std::unique_ptr<CVertexBuffer>* buffer : {&dObjs->m_VertexBuffer, &dObjs->m_VertexBufferUpsideDown}) {
+        if (*buffer && (*buffer)->m_count < vertexCount)
+            buffer->reset();
     }
     // A buffer's index width follows its size, so a 16-bit buffer cannot
     // take 32-bit indices even when it is long enough.
     if (dObjs->m_IndexBuffer &&
         (dObjs->m_IndexBuffer->m_count < indexCount || IndexWidth(dObjs->m_IndexBuffer->m_count) != IndexWidth(indexCount))) {
-        dObjs->m_IndexBuffer->Release();
-        dObjs->m_IndexBuffer = nullptr;
+        dObjs->m_IndexBuffer.reset();
     }
     dObjs->m_triangles = 0;
     if (!dObjs->m_VertexBuffer)
@@ -127,7 +118,8 @@ bool CRenderRectNode::RestoreDevice(CRender* render)
         CHECK_FAILURE(!(dObjs->m_VertexBufferUpsideDown = render->CreateVertexBuffer(vertexCount, 0, VBF_PNTBTC)));
     if (!dObjs->m_IndexBuffer)
         CHECK_FAILURE(!(dObjs->m_IndexBuffer = render->CreateIndexBuffer(indexCount, 0)));
-    if (!FillVertices(dObjs->m_VertexBuffer, W, H, false) || !FillVertices(dObjs->m_VertexBufferUpsideDown, W, H, true))
+    if (!FillVertices(dObjs->m_VertexBuffer.get(), W, H, false) ||
+        !FillVertices(dObjs->m_VertexBufferUpsideDown.get(), W, H, true))
         return false;
 
     void* indices = dObjs->m_IndexBuffer->Lock();
@@ -186,7 +178,7 @@ void CRenderRectNode::Render(CRender* render)
     if (!effect || !objects.m_VertexBuffer || !objects.m_IndexBuffer || objects.m_triangles == 0)
         return;
     const bool intoTarget = render->GetRenderData() && render->GetRenderData()->m_boundFramebuffer != 0;
-    CVertexBuffer* vertices = intoTarget ? objects.m_VertexBufferUpsideDown : objects.m_VertexBuffer;
+    CVertexBuffer* vertices = intoTarget ? objects.m_VertexBufferUpsideDown.get() : objects.m_VertexBuffer.get();
     // A program that passes positions through draws the mirrored grid
     // upright in the target. One that goes through the world matrix gets the
     // mirror undone there, so that the camera's flipped projection shows the
@@ -196,7 +188,7 @@ void CRenderRectNode::Render(CRender* render)
         world[5] = -1.0f;
     DrawEachPass(effect, render, world, [&] {
         render->SetVertexBuffer(vertices);
-        render->SetIndexBuffer(objects.m_IndexBuffer);
+        render->SetIndexBuffer(objects.m_IndexBuffer.get());
         render->DrawIndexedPrimitive(PT_Triangles, 0, objects.m_triangles, 0);
     });
 }

@@ -4,6 +4,7 @@
 #include "scene/pdrender.h"
 
 #include <array>
+#include <memory>
 
 class CIndexBuffer;
 class CPortEffect;
@@ -30,11 +31,11 @@ public:
 
     struct SDeviceObjects
     {
-        CVertexBuffer* m_VertexBuffer = nullptr;
+        std::unique_ptr<CVertexBuffer> m_VertexBuffer;
         // The same grid mirrored in y (binormals too) for render targets,
         // which are drawn flipped in y like everything else drawn into them.
-        CVertexBuffer* m_VertexBufferUpsideDown = nullptr;
-        CIndexBuffer* m_IndexBuffer = nullptr;
+        std::unique_ptr<CVertexBuffer> m_VertexBufferUpsideDown;
+        std::unique_ptr<CIndexBuffer> m_IndexBuffer;
         int m_triangles = 0;
     };
     std::array<SDeviceObjects, 1> dObjs;

@@ -258,11 +258,8 @@ bool CCopyTextureNode::MakeQuad(CRender* render)
 
 void CCopyTextureNode::ReleaseQuad()
 {
-    for (SDeviceQuad& quad : m_quads) {
-        if (quad.m_VertexBuffer)
-            quad.m_VertexBuffer->Release();
-        quad.m_VertexBuffer = nullptr;
-    }
+    for (SDeviceQuad& quad : m_quads)
+        quad.m_VertexBuffer.reset();
 }
 
 void CCopyTextureNode::InvalidateDevice(CRender*)
@@ -365,7 +362,7 @@ void CCopyTextureNode::Draw(CRender* render, const std::shared_ptr<CTexture>& so
         pass->SetState();
         render->SetCamera(camera);
         m_fx->UpdateParameters(render);
-        render->SetVertexBuffer(m_quads[size_t(render->GetDeviceIndex())].m_VertexBuffer);
+        render->SetVertexBuffer(m_quads[size_t(render->GetDeviceIndex())].m_VertexBuffer.get());
         render->DrawPrimitive(PT_Triangles, 0, 2);
         pass->ResetState();
     }

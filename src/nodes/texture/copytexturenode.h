@@ -97,7 +97,7 @@ private:
 
     struct SDeviceQuad
     {
-        CVertexBuffer* m_VertexBuffer = nullptr;
+        std::unique_ptr<CVertexBuffer> m_VertexBuffer;
     };
     std::array<SDeviceQuad, 1> m_quads;
 };

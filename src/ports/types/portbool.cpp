@@ -1,10 +1,9 @@
 #include "ports/types/portbool.h"
 
+#include "app/textutil.h"
 #include "ports/types/portfloat.h"
 #include "ports/types/portint.h"
 #include "ports/types/portxml.h"
-
-#include <strings.h>
 
 CPortBool::CPortBool(std::string_view name, std::string_view desc, bool value)
     : CPort(PT_Bool, name, desc), m_value(value)
@@ -18,8 +17,7 @@ std::string CPortBool::GetValue()
 
 void CPortBool::SetValue(std::string_view text)
 {
-    const std::string s(text);
-    m_value = s == "1" || strcasecmp(s.c_str(), "true") == 0 || strcasecmp(s.c_str(), "on") == 0;
+    m_value = text == "1" || EqualNoCase(text, "true") || EqualNoCase(text, "on");
 }
 
 void CPortBool::Serialize(QXmlStreamWriter* writer, bool describe)

@@ -1,13 +1,13 @@
 #include "ports/types/portint.h"
 
 #include "app/textnumber.h"
+#include "app/textutil.h"
 #include "ports/types/portbool.h"
 #include "ports/types/portfloat.h"
 #include "ports/types/portxml.h"
 
 #include <climits>
 #include <cmath>
-#include <strings.h>
 
 int TruncateToInt(double value)
 {
@@ -60,7 +60,7 @@ bool CPortInt::FindName(const std::string& text, long& value) const
     if (!m_names)
         return false;
     for (const auto& [number, name] : *m_names) {
-        if (strcasecmp(name.c_str(), text.c_str()) == 0) {
+        if (EqualNoCase(name, text)) {
             value = number;
             return true;
         }

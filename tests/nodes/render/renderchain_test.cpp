@@ -43,7 +43,6 @@ public:
     CMemoryBuffer(size_t bytes, int count, int flags) : TBase(nullptr, count, flags), m_bytes(bytes) {}
     void* Lock() override { return m_bytes.data(); }
     void Unlock() override {}
-    void Release() override { delete this; }
     std::vector<unsigned char> m_bytes;
 };
 using CMemoryVertexBuffer = CMemoryBuffer<CVertexBuffer>;
@@ -72,14 +71,17 @@ public:
         m_journal.push_back(Text("clear %g %g %g flags %g", color[0], color[1], color[2], flags));
         return true;
     }
-    CVertexBuffer* CreateVertexBuffer(int count, int flags, int format) override
+    std::unique_ptr<CVertexBuffer> CreateVertexBuffer(int count, int flags, int format) override
     {
-        return m_noBuffers ? nullptr
-                           : new CMemoryVertexBuffer(size_t(count) * GetVertexFormat(format).stride, count, flags, format);
+        if (m_noBuffers)
+            return nullptr;
+        return std::make_unique<CMemoryVertexBuffer>(size_t(count) * GetVertexFormat(format).stride, count, flags, format);
     }
-    CIndexBuffer* CreateIndexBuffer(int count, int flags) override
+    std::unique_ptr<CIndexBuffer> CreateIndexBuffer(int count, int flags) override
     {
-        return m_noBuffers ? nullptr : new CMemoryIndexBuffer(size_t(count) * IndexWidth(count), count, flags);
+        if (m_noBuffers)
+            return nullptr;
+        return std::make_unique<CMemoryIndexBuffer>(size_t(count) * IndexWidth(count), count, flags);
     }
     bool DrawIndexedPrimitive(int, int, int primitives, int) override
     {
@@ -291,7 +293,7 @@ TEST_F(RenderChain, RectangleBuildsItsGridAndDrawsOnlyWithAnEffect)
     EXPECT_EQ(objects.m_IndexBuffer->m_count, 960000);
     EXPECT_EQ(IndexWidth(objects.m_IndexBuffer->m_count), 4);
     const auto* vertices =
-        reinterpret_cast<const SVertexPNTBTC*>(static_cast<CMemoryVertexBuffer*>(objects.m_VertexBuffer)->m_bytes.data());
+        reinterpret_cast<const SVertexPNTBTC*>(static_cast<CMemoryVertexBuffer*>(objects.m_VertexBuffer.get())->m_bytes.data());
     // v is 1 on the top row, at y = 1.
     EXPECT_FLOAT_EQ(vertices[0].position[0], -1.0f);
     EXPECT_FLOAT_EQ(vertices[0].position[1], 1.0f);
@@ -304,7 +306,7 @@ TEST_F(RenderChain, RectangleBuildsItsGridAndDrawsOnlyWithAnEffect)
     EXPECT_EQ(vertices[0].color, 0xFFFFFFFFu);
     EXPECT_FLOAT_EQ(vertices[0].normal[2], -1.0f);
     const auto* indices =
-        reinterpret_cast<const uint32_t*>(static_cast<CMemoryIndexBuffer*>(objects.m_IndexBuffer)->m_bytes.data());
+        reinterpret_cast<const uint32_t*>(static_cast<CMemoryIndexBuffer*>(objects.m_IndexBuffer.get())->m_bytes.data());
     // Triangles run counter-clockwise as seen, so that culled back faces keep the rectangle.
     EXPECT_EQ((std::vector<uint32_t>(indices, indices + 6)), (std::vector<uint32_t>{402, 0, 401, 0, 402, 1}));
 
@@ -315,7 +317,7 @@ TEST_F(RenderChain, RectangleBuildsItsGridAndDrawsOnlyWithAnEffect)
     EXPECT_EQ(objects.m_VertexBuffer->m_count, 6);
     EXPECT_EQ(objects.m_IndexBuffer->m_count, 12);
     const auto* small =
-        reinterpret_cast<const uint16_t*>(static_cast<CMemoryIndexBuffer*>(objects.m_IndexBuffer)->m_bytes.data());
+        reinterpret_cast<const uint16_t*>(static_cast<CMemoryIndexBuffer*>(objects.m_IndexBuffer.get())->m_bytes.data());
     EXPECT_EQ((std::vector<uint16_t>(small, small + 12)), (std::vector<uint16_t>{4, 0, 3, 0, 4, 1, 5, 1, 4, 1, 5, 2}));
 
     // No buffers from the device: the check line names the failed step.

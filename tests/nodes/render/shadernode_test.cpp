@@ -101,12 +101,7 @@ public:
         m_vertices->Unlock();
         return true;
     }
-    void InvalidateDevice(CRender*) override
-    {
-        if (m_vertices)
-            m_vertices->Release();
-        m_vertices = nullptr;
-    }
+    void InvalidateDevice(CRender*) override { m_vertices.reset(); }
     void BuildRenderList(CRenderList* list, CRenderItemList* parents, CCamera* view) override
     {
         for (CRenderItem* parent : *parents)
@@ -114,7 +109,7 @@ public:
     }
     void Draw(CRender* render) override
     {
-        render->SetVertexBuffer(m_vertices);
+        render->SetVertexBuffer(m_vertices.get());
         render->DrawPrimitive(PT_Triangles, 0, 2);
     }
 
@@ -129,7 +124,7 @@ public:
 
     CPortEffect* m_effect = nullptr;
     CPortObject* m_out = nullptr;
-    CVertexBuffer* m_vertices = nullptr;
+    std::unique_ptr<CVertexBuffer> m_vertices;
 };
 
 // Positions pass straight through, so the rectangle covers the viewport.
