@@ -198,7 +198,7 @@ bool StoppedWhileStarting(CAppTypeWin& host)
 int RunVisualizer(const SOptions& options)
 {
     CLumoraApp app(CClock::System());
-    CAppTypeWin host(&app);
+    CAppTypeWin host(&app, MakeRenderOGL);
     host.m_appType = 0;
     host.m_windowMode = options.windowMode;
     host.m_maxFrames = options.frames;
@@ -281,7 +281,7 @@ int main(int argc, char** argv)
             options.recording.m_showProgress = isatty(fileno(stderr)) != 0;
             if (options.recording.m_scenePath.empty())
                 options.recording.m_scenePath = kDefaultPlaylist;
-            result = RunHeadless(options.recording);
+            result = RunHeadless(options.recording, MakeRenderOGL);
         } else {
             result = RunVisualizer(options);
         }

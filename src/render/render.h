@@ -1,14 +1,41 @@
 #pragma once
 
 #include "render/camera.h"
+#include "render/monitor.h"
 #include "render/renderdata.h"
 #include "render/rendertypes.h"
 #include "render/vertexbuffer.h"
 
 #include <array>
+#include <functional>
 #include <memory>
+#include <vector>
 
 class CUserApp3d;
+
+// Window kinds, the argument of CreateScreen; the same numbers as the host's
+// window modes 1 to 6.
+enum
+{
+    WK_Preview = 1,
+    WK_FullScreen = 2,
+    WK_Window = 3,
+    WK_Child = 4,
+    WK_Record = 5,
+    WK_Screenshot = 6,
+};
+
+// Platform-free form of the window events the host handles.
+enum class EWindowEvent
+{
+    None,
+    Close,  // a window's close button, or the process asked to quit
+    Escape, // the Escape key
+    Pause,  // the Pause or Space key: the loop only clears while paused
+    Next,     // Right arrow or N: the next scene
+    Previous, // Left arrow or P: the previous scene
+    Other,
+};
 
 // A pixel rectangle for glViewport-like calls.
 struct SViewport
@@ -56,6 +83,27 @@ public:
     // height as fractions. All of it where there are no windows.
     virtual std::array<float, 4> GetCurrentSection() const { return {0, 0, 1, 1}; }
 
+    // The output windows, as the window choice below asks for them. The base
+    // class has no screen: it opens nothing.
+    virtual bool CheckSupport() { return false; }
+    // Starts the window system, reads the desktop and, when asked, the monitors.
+    virtual bool Init(bool /*enumerateMonitors*/) { return false; }
+    virtual bool CreateScreen(int /*kind*/, bool /*visible*/) { return false; }
+    virtual bool Initialize3DEnvironment() { return false; }
+    // One frame over all windows; with `clearOnly` the application draws nothing.
+    virtual bool Render3DEnvironment(bool /*clearOnly*/) { return false; }
+    virtual void Cleanup3DEnvironment() {}
+    virtual int GetWindowCount() const { return 0; }
+    virtual bool SwitchToRenderWindow(int /*index*/) { return false; }
+    // Takes the next waiting window event, None when the queue is empty.
+    virtual EWindowEvent PollEvent() { return EWindowEvent::None; }
+    // False when no display server answered and nobody would see a window.
+    // Known after Init.
+    virtual bool HasDisplay() const { return false; }
+    // The current rectangle as BGR bytes, bottom row first; false without a
+    // device.
+    virtual bool ReadPixels(void* /*buffer*/) { return false; }
+
     CRenderData* GetRenderData() { return m_data.get(); }
     CRenderStateManager* GetStateManager() { return m_data ? m_data->GetStateManager() : nullptr; }
     const CMatrix& GetProjection() const { return m_projection; }
@@ -72,6 +120,14 @@ public:
     SRect m_currentRect;
     bool m_failed = false;
     CUserApp3d* m_app = nullptr;
+
+    // The window choice: the kind of run, its window mode (a WK_ value) and,
+    // for a recording, the size of its frames.
+    int m_appType = 0;
+    int m_windowMode = WK_FullScreen;
+    int m_recordWidth = 1920;
+    int m_recordHeight = 1080;
+    std::vector<CMonitor> m_monitors;
 
     struct SDeviceObjects
     {
@@ -93,6 +149,10 @@ protected:
     CVertexBuffer* m_currentVertexBuffer = nullptr;
     CIndexBuffer* m_currentIndexBuffer = nullptr;
 };
+
+// Makes the render of a run for its application object: the executable
+// chooses the graphics library.
+using RenderFactory = std::function<std::unique_ptr<CRender>(CUserApp3d* app)>;
 
 // The bit of a device in a per-device mask.
 inline unsigned DeviceBit(int deviceIndex)

@@ -163,8 +163,14 @@ bool CRenderOGL::DrawIndexedPrimitive(int kind, int, int primitives, int instanc
     return true;
 }
 
-void CRenderOGL::ReadPixels(void* buffer)
+bool CRenderOGL::ReadPixels(void* buffer)
 {
     glPixelStorei(GL_PACK_ALIGNMENT, 1);
     glReadPixels(0, 0, m_currentRect.Width(), m_currentRect.Height(), GL_BGR, GL_UNSIGNED_BYTE, buffer);
+    return true;
+}
+
+std::unique_ptr<CRender> MakeRenderOGL(CUserApp3d* app)
+{
+    return std::make_unique<CRenderOGL>(app);
 }

@@ -23,8 +23,7 @@ public:
     bool DrawPrimitive(int kind, int first, int primitives) override;
     bool DrawIndexedPrimitive(int kind, int first, int primitives, int instances) override;
 
-    // glReadPixels of the current rectangle as BGR bytes, bottom row first.
-    void ReadPixels(void* buffer);
+    bool ReadPixels(void* buffer) override;
 
 protected:
     bool CreateDeviceObjects() override { return InitDevice(); }
@@ -34,3 +33,6 @@ private:
     bool BindVertexAttributes();
     void UnbindVertexAttributes();
 };
+
+// The RenderFactory of the executable and of tests that draw for real.
+std::unique_ptr<CRender> MakeRenderOGL(CUserApp3d* app);

@@ -2,13 +2,13 @@
 
 #include "app/log.h"
 #include "render/bitmapfile.h"
-#include "renderogl/renderogl.h"
+#include "render/render.h"
 
 #include <cstdio>
 #include <filesystem>
 #include <system_error>
 
-CPictureSequenceWriter::CPictureSequenceWriter(CRenderOGL* render) : m_render(render)
+CPictureSequenceWriter::CPictureSequenceWriter(CRender* render) : m_render(render)
 {
 }
 
@@ -35,15 +35,19 @@ bool CPictureSequenceWriter::StartMovie(const std::string& path)
 
 void CPictureSequenceWriter::WriteFrame(int)
 {
-    if (!m_good || !m_render || m_render->m_windows.empty())
+    if (!m_good || !m_render || m_render->GetWindowCount() == 0)
         return;
     m_render->SwitchToRenderWindow(0);
     const int width = m_render->m_currentRect.Width();
     const int height = m_render->m_currentRect.Height();
     m_pixels.resize(size_t(width) * size_t(height) * 3);
-    m_render->ReadPixels(m_pixels.data());
-
     const std::string path = m_directory + "/" + FrameName(m_framesWritten + 1);
+    if (!m_render->ReadPixels(m_pixels.data())) {
+        Error("Unable to read back the picture \"%s\"; no more frames are written", path.c_str());
+        m_good = false;
+        return;
+    }
+
     CBitmapFile picture;
     if (!picture.SetBgrBottomUp(m_pixels.data(), width, height) || !picture.Save(path.c_str())) {
         // A full disk fails every later frame too; one line says it.

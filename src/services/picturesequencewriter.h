@@ -7,8 +7,7 @@
 #include <string>
 #include <vector>
 
-class CRenderWin;
-class CRenderOGL;
+class CRender;
 
 // Writes the frames of a recording run as numbered PNG pictures,
 // "frame-00001.png" onwards, into one directory. The pixels are read back
@@ -16,7 +15,7 @@ class CRenderOGL;
 class CPictureSequenceWriter : public CFrameRecorder
 {
 public:
-    explicit CPictureSequenceWriter(CRenderOGL* render);
+    explicit CPictureSequenceWriter(CRender* render);
 
     // `path` is the directory; it is made if missing. False when it cannot
     // be made or written to.
@@ -34,7 +33,7 @@ public:
     std::function<void(int)> m_onFrame;
 
 private:
-    CRenderOGL* m_render;
+    CRender* m_render;
     std::string m_directory;
     std::vector<uint8_t> m_pixels;
     int m_framesWritten = 0;

@@ -8,6 +8,7 @@
 #include "app/paths.h"
 #include "app/player/headlessrun.h"
 #include "platform/audiosources.h"
+#include "renderogl/renderogl.h"
 #include "scene/nodefactory.h"
 #include "scene/scene.h"
 #include "services/picturesequencewriter.h"
@@ -142,7 +143,7 @@ TEST_P(ShippedScene, LoadsCompilesAndMovesWithTheMusic)
     }
     const std::string name = std::filesystem::path(GetParam()).stem().string();
     const std::string music = s_home->File(name + "-music");
-    ASSERT_EQ(RunHeadless(Options(s_home->File("music.wav"), music)), 0);
+    ASSERT_EQ(RunHeadless(Options(s_home->File("music.wav"), music), MakeRenderOGL), 0);
     for (const std::string& line : log.Messages())
         EXPECT_EQ(line.find("!ERROR!"), std::string::npos) << line;
 
@@ -157,7 +158,7 @@ TEST_P(ShippedScene, LoadsCompilesAndMovesWithTheMusic)
     if (!still && !in("transitions/")) {
         const std::string quiet = s_home->File(name + "-silence");
         // Without a song a headless run hears nothing: the scenes' no-music inputs.
-        ASSERT_EQ(RunHeadless(Options("", quiet)), 0);
+        ASSERT_EQ(RunHeadless(Options("", quiet), MakeRenderOGL), 0);
         EXPECT_GT(Difference(Frame(quiet, 10), Frame(quiet, 25)), 50) << "nothing moves in silence";
         // The same moments with and without music must look clearly apart.
         // Rounding between runs stays far below 1 level; a scene that took
@@ -210,7 +211,7 @@ TEST(ShippedScenes, APlaylistOfThemPlaysThroughATransitionAndEndsCleanlyInTheMid
         CLogCapture log;
         // The run ends while the wipe plays: every scene gives its device
         // objects back before the device goes.
-        EXPECT_EQ(RunHeadless(options), 0);
+        EXPECT_EQ(RunHeadless(options, MakeRenderOGL), 0);
         EXPECT_TRUE(log.Contains("Transition '"));
         EXPECT_FALSE(log.Contains("Transition done"));
     }

@@ -9,14 +9,13 @@
 #include "app/stoprequest.h"
 #include "app/trace.h"
 #include "render/userapp3d.h"
-#include "renderogl/renderogl.h"
 #include "sound/soundanalyzer.h"
 
 CAppTypeWin* g_appTypeWin = nullptr;
 
-CAppTypeWin::CAppTypeWin(CUserApp3d* app, CClock& clock)
+CAppTypeWin::CAppTypeWin(CUserApp3d* app, RenderFactory makeRender, CClock& clock)
     : CFrameLoop(clock), m_userApp(app), m_config(std::make_unique<CCfg>()),
-      m_sound(std::make_unique<CSoundAnalyzer>())
+      m_sound(std::make_unique<CSoundAnalyzer>()), m_makeRender(std::move(makeRender))
 {
     m_configPath = g_paths.m_configPath;
     g_appTypeWin = this;
@@ -41,7 +40,9 @@ bool CAppTypeWin::Init()
     TRACE("CAppTypeWin::Init");
     // A missing or broken file leaves the defaults, which is fine for a run.
     m_config->Load(m_configPath);
-    m_render = std::make_unique<CRenderOGL>(m_userApp);
+    m_render = m_makeRender ? m_makeRender(m_userApp) : nullptr;
+    if (!m_render)
+        return Error("No render to draw with");
     m_render->m_appType = m_appType;
     m_render->m_windowMode = m_windowMode;
     g_runInfo = SRunInfo{m_appType, m_windowMode, m_config.get()};

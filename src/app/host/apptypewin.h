@@ -1,23 +1,22 @@
 #pragma once
 
 #include "app/host/frameloop.h"
+#include "render/render.h"
 
 #include <memory>
 #include <string>
 
 class CCfg;
 class CFrameRecorder;
-class CRenderOGL;
 class CSoundAnalyzer;
-class CUserApp3d;
 
 // The host of the engine, whatever the platform: owns the configuration and
 // the render, holds the kind of run, and drives everything from one polling
-// loop on one thread.
+// loop on one thread. `makeRender` gives it the render when Init runs.
 class CAppTypeWin : public CFrameLoop
 {
 public:
-    explicit CAppTypeWin(CUserApp3d* app, CClock& clock = CClock::System());
+    CAppTypeWin(CUserApp3d* app, RenderFactory makeRender, CClock& clock = CClock::System());
     ~CAppTypeWin() override;
     CAppTypeWin(const CAppTypeWin&) = delete;
     CAppTypeWin& operator=(const CAppTypeWin&) = delete;
@@ -48,7 +47,7 @@ public:
     CUserApp3d* m_userApp;
     std::string m_configPath;
     std::unique_ptr<CCfg> m_config;
-    std::unique_ptr<CRenderOGL> m_render;
+    std::unique_ptr<CRender> m_render;
     // The engine's one sound object; reached through g_soundAnalyzer.
     std::unique_ptr<CSoundAnalyzer> m_sound;
 
@@ -63,6 +62,7 @@ private:
     // One frame of a recording run: time is simulated, not read from a clock.
     void RecordStep();
 
+    RenderFactory m_makeRender;
     bool m_quit = false;
     bool m_recording = false;
     double m_recordTime = 0.0;

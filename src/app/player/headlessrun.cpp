@@ -11,7 +11,6 @@
 #include "app/regularfile.h"
 #include "app/stoprequest.h"
 #include "app/textnumber.h"
-#include "renderogl/renderogl.h"
 #include "services/picturesequencewriter.h"
 
 #include <chrono>
@@ -104,7 +103,7 @@ bool ParseFrameSize(std::string_view text, int& width, int& height)
     return true;
 }
 
-int RunHeadless(const SHeadlessOptions& options)
+int RunHeadless(const SHeadlessOptions& options, const RenderFactory& makeRender)
 {
     const auto start = Clock::now();
     // Headless means no display: SDL draws through EGL into memory unless the
@@ -119,7 +118,7 @@ int RunHeadless(const SHeadlessOptions& options)
 
     const int frames = HeadlessFrameCount(options);
     CLumoraApp app(CClock::System());
-    CAppTypeWin host(&app);
+    CAppTypeWin host(&app, makeRender);
     host.m_appType = 0;
     host.m_windowMode = WK_Record;
     host.m_recordStart = 0.0f;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "render/render.h"
+
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -34,4 +36,4 @@ bool ParseFrameSize(std::string_view text, int& width, int& height);
 // process: 0 done, 1 the scene or playlist is missing, broken or has nothing
 // that can play, 3 no OpenGL,
 // 4 no window, 5 the pictures could not be written.
-int RunHeadless(const SHeadlessOptions& options);
+int RunHeadless(const SHeadlessOptions& options, const RenderFactory& makeRender);

@@ -1,9 +1,9 @@
 #include "app/player/scenesnapshotter.h"
 
+#include "render/render.h"
 #include "render/renderstateguard.h"
 #include "render/rendertarget.h"
 #include "render/texturemanager.h"
-#include "renderogl/renderogl.h"
 #include "scene/scene.h"
 #include "scene/scenesnapshot.h"
 
@@ -16,7 +16,7 @@ constexpr int SnapshotHeight = 720;
 
 } // namespace
 
-bool SnapshotScene(CRenderOGL* render, CScene& scene, CSceneSnapshot& picture)
+bool SnapshotScene(CRender* render, CScene& scene, CSceneSnapshot& picture)
 {
     CTextureManager* textures = render ? render->GetRenderData()->GetTextureManager() : nullptr;
     if (!textures)
@@ -43,12 +43,12 @@ bool SnapshotScene(CRenderOGL* render, CScene& scene, CSceneSnapshot& picture)
     picture.m_width = SnapshotWidth;
     picture.m_height = SnapshotHeight;
     picture.m_bgr.resize(size_t(SnapshotWidth) * SnapshotHeight * 3);
-    render->ReadPixels(picture.m_bgr.data());
+    const bool read = render->ReadPixels(picture.m_bgr.data());
     target->Unbind();
-    return picture.IsValid();
+    return read && picture.IsValid();
 }
 
-void InstallSceneSnapshots(CRenderOGL* render)
+void InstallSceneSnapshots(CRender* render)
 {
     if (!render) {
         CScene::SetSnapshotSource({});

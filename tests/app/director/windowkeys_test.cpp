@@ -24,7 +24,7 @@ namespace {
 class CKeyPressingHost : public CAppTypeWin
 {
 public:
-    CKeyPressingHost(CLumoraApp* app, uint32_t seed) : CAppTypeWin(app), m_app(*app), m_random(seed) {}
+    CKeyPressingHost(CLumoraApp* app, uint32_t seed) : CAppTypeWin(app, MakeRenderOGL), m_app(*app), m_random(seed) {}
 
     int m_presses = 0;
     int m_pressesInTransition = 0;

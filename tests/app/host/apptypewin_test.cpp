@@ -64,7 +64,7 @@ TEST(AppTypeWin, ConfigurationScreensOverlayMatchingMonitorsOnly)
     ASSERT_TRUE(written.Save(dir.File("config.xml")));
 
     CIdleApp app;
-    CAppTypeWin host(&app);
+    CAppTypeWin host(&app, MakeRenderOGL);
     EXPECT_EQ(g_appTypeWin, &host);
     host.m_configPath = dir.File("config.xml");
     ASSERT_TRUE(host.Init());
@@ -92,7 +92,7 @@ TEST(AppTypeWin, RecordingRunsOnSimulatedTime)
     for (const SCase& c : {SCase{"", "", 15.0, 75.0, "movie.avi"}, SCase{"song.ogg", "out/clip.mkv", 0.0, 217.0, "out/clip.mkv"}}) {
         CIdleApp app;
         CFakeRecorder recorder(app);
-        CAppTypeWin host(&app);
+        CAppTypeWin host(&app, MakeRenderOGL);
         host.m_windowMode = 5;
         host.m_recorder = &recorder;
         host.m_config->SongFile = c.song;
@@ -111,7 +111,7 @@ TEST(AppTypeWin, RecordingRunsOnSimulatedTime)
     CIdleApp app;
     CFakeRecorder recorder(app);
     recorder.m_canStart = false;
-    CAppTypeWin host(&app);
+    CAppTypeWin host(&app, MakeRenderOGL);
     host.m_windowMode = 5;
     host.m_recorder = &recorder;
     CLogCapture log;

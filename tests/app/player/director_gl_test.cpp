@@ -171,5 +171,5 @@ TEST_F(DirectorGL, ScenesWhoseEffectDoesNotCompileAreLeftOutAndPlayGoesOn)
     options.m_width = 32;
     options.m_height = 16;
     options.m_seconds = 1.0f;
-    EXPECT_EQ(RunHeadless(options), 1);
+    EXPECT_EQ(RunHeadless(options, MakeRenderOGL), 1);
 }

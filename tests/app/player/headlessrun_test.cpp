@@ -137,7 +137,7 @@ TEST_F(HeadlessRun, RecordsEveryFrameOfASceneAsReferencePicturesShowIt)
 {
     const std::string scene = SaveGradientScene("gradient.lmc");
     const std::string out = m_home.File("frames");
-    ASSERT_EQ(RunHeadless(Options(scene, out)), 0);
+    ASSERT_EQ(RunHeadless(Options(scene, out), MakeRenderOGL), 0);
 
     EXPECT_EQ(HeadlessFrameCount(Options(scene, out)), 6);
     for (int frame = 1; frame <= 6; ++frame)
@@ -163,7 +163,7 @@ TEST_F(HeadlessRun, RecordsEveryFrameOfASceneAsReferencePicturesShowIt)
 
     // The same command gives the same pictures.
     const std::string again = m_home.File("again");
-    ASSERT_EQ(RunHeadless(Options(scene, again)), 0);
+    ASSERT_EQ(RunHeadless(Options(scene, again), MakeRenderOGL), 0);
     for (int frame = 1; frame <= 6; ++frame) {
         const SPictureDifference difference = ComparePictures(Frame(again, frame), Frame(out, frame), 0);
         EXPECT_TRUE(difference.m_loaded && difference.m_sameSize && difference.m_differing == 0) << frame;
@@ -173,24 +173,24 @@ TEST_F(HeadlessRun, RecordsEveryFrameOfASceneAsReferencePicturesShowIt)
 TEST_F(HeadlessRun, ScenesThatCannotPlayAndPicturesThatCannotBeWrittenEndWithTheirCodes)
 {
     const std::string out = m_home.File("frames");
-    EXPECT_EQ(RunHeadless(Options(m_home.File("missing.lmc"), out)), 1);
-    EXPECT_EQ(RunHeadless(Options(m_home.Path(), out)), 1) << "a directory is no scene";
+    EXPECT_EQ(RunHeadless(Options(m_home.File("missing.lmc"), out), MakeRenderOGL), 1);
+    EXPECT_EQ(RunHeadless(Options(m_home.Path(), out), MakeRenderOGL), 1) << "a directory is no scene";
 
     WriteFile(m_home.File("notzip.lmc"), "this is not a zip archive");
-    EXPECT_EQ(RunHeadless(Options(m_home.File("notzip.lmc"), out)), 1);
+    EXPECT_EQ(RunHeadless(Options(m_home.File("notzip.lmc"), out), MakeRenderOGL), 1);
 
     WriteFile(m_home.File("broken.lms"), "<?xml version=\"1.0\"?>\n<LumoraScene><Nodes><Node Type=\"Screen\" Name=\"S\"");
-    EXPECT_EQ(RunHeadless(Options(m_home.File("broken.lms"), out)), 1);
+    EXPECT_EQ(RunHeadless(Options(m_home.File("broken.lms"), out), MakeRenderOGL), 1);
 
     WriteFile(m_home.File("noscreen.lms"),
               "<?xml version=\"1.0\"?>\n<LumoraScene><Nodes><Node Type=\"Clear\" Name=\"Clear1\"/></Nodes></LumoraScene>");
-    EXPECT_EQ(RunHeadless(Options(m_home.File("noscreen.lms"), out)), 1);
+    EXPECT_EQ(RunHeadless(Options(m_home.File("noscreen.lms"), out), MakeRenderOGL), 1);
     EXPECT_FALSE(std::filesystem::exists(out)) << "nothing is written for a scene that cannot play";
 
     // A file stands where the pictures should go.
     const std::string scene = SaveGradientScene("gradient.lmc");
     WriteFile(m_home.File("taken"), "");
-    EXPECT_EQ(RunHeadless(Options(scene, m_home.File("taken"))), 5);
+    EXPECT_EQ(RunHeadless(Options(scene, m_home.File("taken")), MakeRenderOGL), 5);
 }
 
 TEST_F(HeadlessRun, SavedScenesCarryPicturesDrawnByTheRender)
@@ -245,7 +245,7 @@ TEST_F(HeadlessRun, APlaylistPlaysItsScenesInOrderThroughATransitionThatBlendsTh
     const std::string out = m_home.File("show");
     SHeadlessOptions options = Options(m_home.File("show.lmp"), out);
     options.m_seconds = 20.0f;
-    ASSERT_EQ(RunHeadless(options), 0);
+    ASSERT_EQ(RunHeadless(options, MakeRenderOGL), 0);
     EXPECT_TRUE(FileExists(Frame(out, 600)));
 
     // Red for 2 s, the fade for 2 s, blue for 2 s, the fade back, and so on.
