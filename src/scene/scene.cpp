@@ -15,14 +15,11 @@
 #include "scene/pdmesh.h"
 #include "scene/scenefile.h"
 
-#include <QString>
-
 #include <algorithm>
 #include <array>
 #include <cmath>
 
 namespace {
-
 
 bool ContainsIgnoringCase(const std::vector<std::string>& names, const std::string& name)
 {

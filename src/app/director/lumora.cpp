@@ -9,7 +9,6 @@
 #include "app/random.h"
 #include "app/runinfo.h"
 #include "app/stoprequest.h"
-#include "app/textutil.h"
 #include "app/trace.h"
 #include "platform/configlauncher.h"
 #include "render/render.h"

@@ -4,6 +4,7 @@
 #include "app/director/scenepool.h"
 #include "app/log.h"
 #include "app/paths.h"
+#include "app/textutil.h"
 #include "scene/scene.h"
 #include "scene/scenelayered.h"
 #include "scene/scenetransition.h"
@@ -12,12 +13,6 @@
 #include <vector>
 
 namespace {
-
-std::string WithSlashes(std::string path)
-{
-    std::replace(path.begin(), path.end(), '\\', '/');
-    return path;
-}
 
 std::vector<std::string> SplitAtSemicolons(const std::string& text)
 {
