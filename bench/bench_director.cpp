@@ -9,6 +9,7 @@
 #include "app/host/clock.h"
 #include "app/log.h"
 #include "app/random.h"
+#include "nodes/nodetypes.h"
 #include "ports/port.h"
 #include "renderogl/glcontext.h"
 #include "renderogl/renderogl.h"
@@ -67,7 +68,7 @@ void BM_Director_Switch(benchmark::State& state)
     render->m_virtualRect = render->m_currentRect = SRect{0, 0, Width, Height};
 
     CNodeFactory* factory = CNodeFactory::Get();
-    factory->Init();
+    factory->Init(NodeTypes());
     {
         CTestEffectNode::CType effectType;
         char pattern[] = "/tmp/lumora-bench-director-XXXXXX";

@@ -14,11 +14,3 @@ if(LUMORA_SANITIZE)
   target_compile_options(lumora_options INTERFACE ${_san})
   target_link_options(lumora_options INTERFACE ${_san})
 endif()
-
-# Node classes register their type from a static initialiser, so libraries of
-# node classes must be linked whole or the linker drops them.
-function(lumora_link_nodes target)
-  foreach(lib IN LISTS ARGN)
-    target_link_libraries(${target} PRIVATE "$<LINK_LIBRARY:WHOLE_ARCHIVE,${lib}>")
-  endforeach()
-endfunction()

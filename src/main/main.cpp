@@ -14,6 +14,7 @@
 #include "app/director/lumora.h"
 #include "app/director/lumoraapp.h"
 #include "app/host/clock.h"
+#include "nodes/nodetypes.h"
 #include "platform/audiosources.h"
 #include "platform/crashhandler.h"
 #include "render/render.h"
@@ -267,7 +268,7 @@ int main(int argc, char** argv)
         Log("No configuration file \"%s\" yet; the defaults apply", g_paths.m_configPath.c_str());
 
     CNodeFactory* factory = CNodeFactory::Get();
-    factory->Init();
+    factory->Init(NodeTypes());
 
     RegisterSoundSources();
     int result = 0;

@@ -7,6 +7,7 @@
 #include <vector>
 
 class CCamera;
+class CNodeDeclaration;
 class CNodeInfo;
 class CPort;
 class CRender;
@@ -15,6 +16,11 @@ class CRenderItemList;
 struct CSceneContext;
 class QXmlStreamReader;
 class QXmlStreamWriter;
+
+// The description and ports of node class TNode. Each node class defines it
+// in its source file; the node type list refers to it.
+template <class TNode>
+CNodeDeclaration DeclareNode();
 
 // A node of a scene graph. It owns typed ports made from its type's
 // prototypes and is evaluated by pulling from the graph's root.

@@ -1,38 +1,8 @@
 #include "scene/nodedeclaration.h"
 
-#include "scene/nodeinfo.h"
-
-#include <vector>
-
-namespace {
-
-struct SDeclarations
+std::unique_ptr<CNodeInfo> CNodeDeclaration::MakeInfo(int group, std::string_view name)
 {
-    std::vector<std::unique_ptr<CNodeInfo>> owned;
-    std::vector<CNodeInfo*> list;
-};
-
-// Made on first use, since declarations run from static initialisers of other
-// files in any order.
-SDeclarations& Declarations()
-{
-    static SDeclarations declarations;
-    return declarations;
-}
-
-} // namespace
-
-bool DeclareNodeType(std::unique_ptr<CNodeInfo> info)
-{
-    if (!info)
-        return false;
-    auto& declarations = Declarations();
-    declarations.list.push_back(info.get());
-    declarations.owned.push_back(std::move(info));
-    return true;
-}
-
-std::span<CNodeInfo* const> DeclaredNodeTypes()
-{
-    return Declarations().list;
+    m_info->m_group = group;
+    m_info->m_name = name;
+    return std::move(m_info);
 }

@@ -1,16 +1,23 @@
 #pragma once
 
+#include "scene/node.h"
+#include "scene/nodeinfo.h"
+
 #include <memory>
-#include <span>
+#include <string_view>
 
-class CNodeInfo;
+// What a node class tells of its type; the node type list adds the name and
+// the catalogue group.
+class CNodeDeclaration
+{
+public:
+    // A descriptor built by the class itself, whose name and group are taken
+    // from the list.
+    explicit CNodeDeclaration(std::unique_ptr<CNodeInfo> info) : m_info(std::move(info)) {}
 
-// Keeps the descriptor of a node class, built by a static initialiser in the
-// class's source file before main runs:
-//
-//     static const bool s_declared = DeclareNodeType(DeclareSinNode());
-//
-// The factory adds declared types in its own fixed order when it starts.
-bool DeclareNodeType(std::unique_ptr<CNodeInfo> info);
+    // The descriptor of the type `name` in catalogue group `group`.
+    std::unique_ptr<CNodeInfo> MakeInfo(int group, std::string_view name);
 
-std::span<CNodeInfo* const> DeclaredNodeTypes();
+private:
+    std::unique_ptr<CNodeInfo> m_info;
+};

@@ -5,30 +5,11 @@
 #include "ports/port.h"
 #include "scene/node.h"
 #include "scene/nodedeclaration.h"
-#include "scene/nodeinfo.h"
 
 #include <QXmlStreamWriter>
 #include <algorithm>
-#include <array>
 
 namespace {
-
-constexpr std::array<std::string_view, 83> kFactoryOrder = {
-    "SignalGenerator", "Sin",          "Screen",          "Clear",          "RGBAToColor",   "Vector",
-    "MinMax",          "RenderObject", "PingPong",        "Driftcrest",     "Starfield",     "FileTexture",
-    "MeshObject",      "Cube",         "Blur",            "RenderToTexture", "RenderRect",   "MatrixTrails",
-    "LineBounce",      "DelayedTransform", "Particles",   "Clone",          "Transform",     "Beat",
-    "Spectrum",        "Waveform",     "Oscilloscope",    "Bars",           "Lines",         "HSVAToColor",
-    "HSLAToColor",     "Grass",        "Metaballs",       "Expression",     "CloneExpression", "Asteroids",
-    "Voronoi",         "Rotator",      "Clock",           "TextWriter",     "Galaxy",        "Lightning",
-    "NoiseTexture",    "RandomTexture", "ExpressionTexture", "Ribbons",     "Fluid2d",       "Gradient",
-    "TuringPattern",   "SoundTexture", "CopyTexture",     "PreviousLayer",  "Shatter",       "Maze",
-    "Subdivide",       "Extrude",      "SelectMesh",      "Weld",           "Bevel",         "Facette",
-    "Plane",           "Sphere",       "Cylinder",        "Transition",     "Disc",          "Torus",
-    "InvertMesh",      "DeleteFaces",  "MirrorMesh",      "CenterMesh",     "Randomize",     "NoiseMesh",
-    "CloneMeshExpression", "TransformMesh", "TransformEx", "CloneMesh",     "Shader",        "PoissonSolver",
-    "MeshInstancer",   "Roller",       "Bloom",           "Streak",         "PersistentTexture",
-};
 
 void SerializePorts(QXmlStreamWriter* writer, const char* element, const std::vector<std::unique_ptr<CPort>>& ports)
 {
@@ -43,18 +24,27 @@ void SerializePorts(QXmlStreamWriter* writer, const char* element, const std::ve
 
 } // namespace
 
-std::span<const std::string_view> CNodeFactory::FactoryOrder()
-{
-    return kFactoryOrder;
-}
+CNodeFactory::CNodeFactory() = default;
 
-void CNodeFactory::Init()
+CNodeFactory::~CNodeFactory() = default;
+
+void CNodeFactory::Init(std::span<const SNodeType> types)
 {
     TRACE_LOG("CNodeFactory::Init");
     if (m_initialized)
         return;
     m_initialized = true;
-    AddInOrder(DeclaredNodeTypes());
+    std::vector<const SNodeType*> built;
+    for (const SNodeType& type : types) {
+        if (type.m_declare)
+            built.push_back(&type);
+    }
+    std::stable_sort(built.begin(), built.end(),
+                     [](const SNodeType* a, const SNodeType* b) { return a->m_position < b->m_position; });
+    for (const SNodeType* type : built) {
+        m_declared.push_back(type->m_declare().MakeInfo(type->m_group, type->m_name));
+        Add(m_declared.back().get());
+    }
 }
 
 void CNodeFactory::Add(CNodeInfo* info)
@@ -66,20 +56,6 @@ void CNodeFactory::Add(CNodeInfo* info)
         return;
     }
     m_nodeInfos.push_back(info);
-}
-
-void CNodeFactory::AddInOrder(std::span<CNodeInfo* const> infos)
-{
-    for (std::string_view name : kFactoryOrder) {
-        for (CNodeInfo* info : infos) {
-            if (info && info->m_name == name)
-                Add(info);
-        }
-    }
-    for (CNodeInfo* info : infos) {
-        if (info && std::find(kFactoryOrder.begin(), kFactoryOrder.end(), info->m_name) == kFactoryOrder.end())
-            Error("Node type \"%s\" has no place in the factory order and is left out", info->m_name.c_str());
-    }
 }
 
 std::unique_ptr<CNode> CNodeFactory::Create(std::string_view type)

@@ -9,21 +9,31 @@
 #include <vector>
 
 class CNode;
+class CNodeDeclaration;
 class CNodeInfo;
 class QXmlStreamWriter;
+
+// One entry of the node type list: the type's place in the catalogue, its
+// name and group, and the declaration of its class; null for a type of the
+// catalogue that is not built yet.
+struct SNodeType
+{
+    int m_position;
+    std::string_view m_name;
+    int m_group;
+    CNodeDeclaration (*m_declare)();
+};
 
 // Knows every node type by name, makes nodes, and lists the catalogue for the
 // editor ("NodeTypesGet").
 class CNodeFactory : public CSingleton<CNodeFactory>
 {
 public:
-    // Adds all declared node types in the fixed order, once.
-    void Init();
+    // Adds the built types of the list in the order of their catalogue
+    // positions, once; a second call does nothing.
+    void Init(std::span<const SNodeType> types);
     // Refuses null and a name that is already there.
     void Add(CNodeInfo* info);
-    // Adds those of `infos` whose names stand in the fixed order, in that
-    // order; any other declaration is refused with an error.
-    void AddInOrder(std::span<CNodeInfo* const> infos);
     // A node of the type with its ports, initialised; null for an unknown type.
     std::unique_ptr<CNode> Create(std::string_view type);
 
@@ -34,14 +44,13 @@ public:
     void SerializeNodeTypes(QXmlStreamWriter* writer) const;
     std::string GetNodeTypesXml() const;
 
-    // The order in which types are registered, listed and looked up.
-    static std::span<const std::string_view> FactoryOrder();
-
 private:
     friend class CSingleton<CNodeFactory>;
-    CNodeFactory() = default;
-    ~CNodeFactory() override = default;
+    CNodeFactory();
+    ~CNodeFactory() override;
 
     std::vector<CNodeInfo*> m_nodeInfos;
+    // The descriptors made by Init, which live as long as the factory.
+    std::vector<std::unique_ptr<CNodeInfo>> m_declared;
     bool m_initialized = false;
 };

@@ -1,4 +1,5 @@
 #include "ports/types/portint.h"
+#include "scene/nodedeclaration.h"
 #include "scene/nodefactory.h"
 #include "support/logcapture.h"
 #include "testnodes.h"
@@ -6,13 +7,19 @@
 #include <QXmlStreamReader>
 #include <gtest/gtest.h>
 
-#include <set>
+#include <span>
+#include <string>
 
 namespace {
 
 CNode* NewSumNode()
 {
     return new CSumNode;
+}
+
+CNodeDeclaration DeclareSum()
+{
+    return CNodeDeclaration(MakeSumInfo("", NewSumNode));
 }
 
 // The factory singleton for one test, given back at the end.
@@ -36,13 +43,8 @@ using Names = std::vector<std::string>;
 
 } // namespace
 
-TEST(Singleton, FactoryOrderHoldsThe83TypesAndTheFactoryLivesFromFirstGetToLastRelease)
+TEST(Singleton, TheFactoryLivesFromFirstGetToLastRelease)
 {
-    const auto order = CNodeFactory::FactoryOrder();
-    EXPECT_EQ(order.size(), 83u);
-    EXPECT_EQ(order.front(), "SignalGenerator");
-    EXPECT_EQ(std::set<std::string_view>(order.begin(), order.end()).size(), order.size());
-
     auto info = MakeSumInfo("Sin", NewSumNode);
     CNodeFactory* first = CNodeFactory::Get();
     EXPECT_EQ(CNodeFactory::Get(), first);
@@ -55,17 +57,23 @@ TEST(Singleton, FactoryOrderHoldsThe83TypesAndTheFactoryLivesFromFirstGetToLastR
     fresh->Release();
 }
 
-TEST_F(Factory, RegistersInTheFixedOrderAndRefusesDuplicatesAndStrangers)
+TEST_F(Factory, InitRegistersTheBuiltTypesOfTheListByPositionOnce)
 {
+    const SNodeType list[] = {
+        {14, "Cube", NG_Meshes, &DeclareSum}, {9, "PingPong", NG_Games, nullptr}, {2, "Sin", NG_Values, &DeclareSum},
+        {1, "SignalGenerator", NG_Values, &DeclareSum}, {3, "Sin", NG_Colours, &DeclareSum},
+    };
     CLogCapture log;
-    m_factory->AddInOrder(std::vector<CNodeInfo*>{Declare("Cube"), Declare("Bogus"), Declare("Sin"), nullptr,
-                                                  Declare("SignalGenerator"), Declare("Sin")});
+    m_factory->Init(list);
+    m_factory->Init(std::span(list, 1));
     Names listed;
     for (const CNodeInfo* info : m_factory->GetNodeInfos())
-        listed.push_back(info->m_name);
-    EXPECT_EQ(listed, (Names{"SignalGenerator", "Sin", "Cube"}));
-    EXPECT_EQ(log.Messages(), (Names{"!ERROR! : Node name isn't unique (Sin)",
-                                     "!ERROR! : Node type \"Bogus\" has no place in the factory order and is left out"}));
+        listed.push_back(info->m_name + " " + std::to_string(info->m_group));
+    EXPECT_EQ(listed, (Names{"SignalGenerator 7", "Sin 7", "Cube 3"})) << "the planned PingPong is not built";
+    EXPECT_TRUE(log.Contains("!ERROR! : Node name isn't unique (Sin)"));
+    auto cube = m_factory->Create("Cube");
+    ASSERT_NE(cube, nullptr);
+    EXPECT_STREQ(cube->GetTypeName(), "Cube");
 }
 
 TEST_F(Factory, CreatesNodesWithTheirOwnCopiesOfThePorts)
@@ -102,7 +110,7 @@ TEST_F(Factory, CreatesNodesWithTheirOwnCopiesOfThePorts)
     EXPECT_EQ(log.Messages(), (Names{"!ERROR! : Unknown node: \"Nope\""}));
 }
 
-TEST_F(Factory, NodeTypesListingDescribesEveryPortInFactoryOrder)
+TEST_F(Factory, NodeTypesListingDescribesEveryPortInCatalogueOrder)
 {
     auto* sin = new CNodeInfo(NG_Values, "Sin", NewSumNode);
     m_infos.emplace_back(sin);
@@ -113,7 +121,8 @@ TEST_F(Factory, NodeTypesListingDescribesEveryPortInFactoryOrder)
     sin->AddOutPort(std::make_unique<CPortFloat>("Out", "value", 0.0f, 0.1f, -1.0f, 1.0f));
     auto* cube = new CNodeInfo(NG_Meshes, "Cube", NewSumNode);
     m_infos.emplace_back(cube);
-    m_factory->AddInOrder(std::vector<CNodeInfo*>{cube, sin});
+    m_factory->Add(sin);
+    m_factory->Add(cube);
 
     const std::string xml = m_factory->GetNodeTypesXml();
     EXPECT_EQ(xml, "<NodeTypes><NodeInfo Type=\"Sin\" Desc=\"a &quot;wave&quot; &lt;1&gt;\" Group=\"7\"><InPorts>"

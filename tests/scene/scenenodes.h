@@ -13,8 +13,8 @@
 #include <memory>
 #include <vector>
 
-// Node types for scene tests under names from the factory's order, each with
-// ports of its own. Registers them in the factory while it lives; one at a time.
+// Node types for scene tests under names of the catalogue, each with ports
+// of its own. Registers them in the factory while it lives; one at a time.
 class CSceneTestTypes
 {
 public:
@@ -66,10 +66,8 @@ public:
         auto renderObject = Info("RenderObject", plain);
         renderObject->AddInPort(std::make_unique<CPortObject>("Object", "drawn"));
 
-        std::vector<CNodeInfo*> infos;
         for (const auto& info : m_infos)
-            infos.push_back(info.get());
-        m_factory->AddInOrder(infos);
+            m_factory->Add(info.get());
     }
     ~CSceneTestTypes() { m_factory->Release(); }
     CSceneTestTypes(const CSceneTestTypes&) = delete;

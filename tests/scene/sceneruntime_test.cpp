@@ -6,7 +6,6 @@
 
 #include <gtest/gtest.h>
 
-#include <array>
 #include <cmath>
 #include <vector>
 
@@ -50,8 +49,7 @@ protected:
     {
         m_probeInfo = std::make_unique<CNodeInfo>(NG_Sound, "Beat", [] { return static_cast<CNode*>(new CContextProbeNode); });
         m_probeInfo->AddOutPort(std::make_unique<CPortFloat>("Out", "time seen", 0.0f, 0.1f, -1e9f, 1e9f));
-        std::array<CNodeInfo*, 1> infos{m_probeInfo.get()};
-        m_factory->AddInOrder(infos);
+        m_factory->Add(m_probeInfo.get());
         CContextProbeNode::s_seen = &m_seen;
     }
     ~SceneRuntime() override

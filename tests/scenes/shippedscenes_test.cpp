@@ -7,6 +7,7 @@
 #include "app/director/playlist.h"
 #include "app/paths.h"
 #include "app/player/headlessrun.h"
+#include "nodes/nodetypes.h"
 #include "platform/audiosources.h"
 #include "renderogl/renderogl.h"
 #include "scene/nodefactory.h"
@@ -71,7 +72,7 @@ protected:
     static void SetUpTestSuite()
     {
         s_factory = CNodeFactory::Get();
-        s_factory->Init();
+        s_factory->Init(NodeTypes());
         RegisterSoundSources();
         s_home = new CTempDir;
         setenv("XDG_CONFIG_HOME", s_home->Path().c_str(), 1);
@@ -193,7 +194,7 @@ TEST(ShippedScenes, APlaylistOfThemPlaysThroughATransitionAndEndsCleanlyInTheMid
     setenv("LUMORA_APPPATH", kData.c_str(), 1);
     g_paths.Setup();
     CNodeFactory* factory = CNodeFactory::Get();
-    factory->Init();
+    factory->Init(NodeTypes());
     {
         CPlaylist playlist;
         playlist.Add(playlist.m_scenes, "[apppath]scenes/Plasma.lmc", {}, 1.0f);

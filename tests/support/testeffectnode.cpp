@@ -9,7 +9,6 @@
 #include "scene/nodefactory.h"
 #include "scene/pdtexture.h"
 
-#include <array>
 
 CTestEffectNode::~CTestEffectNode() = default;
 
@@ -117,8 +116,7 @@ CTestEffectNode::CType::CType() : m_factory(CNodeFactory::Get())
     m_info->AddInPort(std::make_unique<CPortTexture>("Texture", "Texture of the sampler \"tex\""));
     m_info->AddInPort(std::make_unique<CPortBool>("Additive", "Adds to what is drawn instead of covering it", false));
     m_info->AddOutPort(std::make_unique<CPortEffect>("Effect", "The compiled effect"));
-    std::array<CNodeInfo*, 1> infos{m_info.get()};
-    m_factory->AddInOrder(infos);
+    m_factory->Add(m_info.get());
 }
 
 CTestEffectNode::CType::~CType()

@@ -40,9 +40,9 @@ public:
 
     bool HasTechnique() const { return m_technique != nullptr; }
 
-    // A type name of the factory's order that no node of the engine uses
-    // yet, so that tests can run beside the real Shader node. Pick another
-    // when post-processing nodes arrive.
+    // A planned type of the catalogue that no node of the engine uses yet,
+    // so that tests can run beside the real Shader node. The factory refuses
+    // it once a real Streak node is built: pick another then.
     static constexpr const char* TypeName = "Streak";
 
     // Registers the type under TypeName in the factory while it lives.

@@ -11,6 +11,7 @@
 #include "app/log.h"
 #include "app/paths.h"
 #include "app/player/scenesnapshotter.h"
+#include "nodes/nodetypes.h"
 #include "ports/port.h"
 #include "renderogl/glcontext.h"
 #include "renderogl/renderogl.h"
@@ -100,7 +101,7 @@ int main(int argc, char** argv)
         return 3;
     render->m_virtualRect = render->m_currentRect = SRect{0, 0, 64, 64};
     CNodeFactory* factory = CNodeFactory::Get();
-    factory->Init();
+    factory->Init(NodeTypes());
     InstallSceneSnapshots(render.get());
 
     int result = 0;

@@ -10,6 +10,7 @@
 #include "app/runinfo.h"
 #include "app/stoprequest.h"
 #include "app/trace.h"
+#include "nodes/nodetypes.h"
 #include "platform/configlauncher.h"
 #include "render/render.h"
 #include "scene/nodefactory.h"
@@ -44,7 +45,7 @@ CLumora::CLumora(const CCfg& config, CClock& clock)
     : m_config(config), m_clock(clock), m_nodeFactory(CNodeFactory::Get())
 {
     s_instance = this;
-    m_nodeFactory->Init();
+    m_nodeFactory->Init(NodeTypes());
     m_autoGotoNextScene = config.AutoGotoNextScene;
     m_randomizeScene = config.RandomizeScene;
 }

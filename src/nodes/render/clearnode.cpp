@@ -20,9 +20,13 @@ std::unique_ptr<CNodeInfo> DeclareClearNode()
     return info;
 }
 
-const bool s_declared = DeclareNodeType(DeclareClearNode());
-
 } // namespace
+
+template <>
+CNodeDeclaration DeclareNode<CClearNode>()
+{
+    return CNodeDeclaration(DeclareClearNode());
+}
 
 bool CClearNode::Init()
 {

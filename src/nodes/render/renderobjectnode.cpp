@@ -25,9 +25,13 @@ std::unique_ptr<CNodeInfo> DeclareRenderObjectNode()
     return info;
 }
 
-const bool s_declared = DeclareNodeType(DeclareRenderObjectNode());
-
 } // namespace
+
+template <>
+CNodeDeclaration DeclareNode<CRenderObjectNode>()
+{
+    return CNodeDeclaration(DeclareRenderObjectNode());
+}
 
 bool CRenderObjectNode::Init()
 {

@@ -29,8 +29,6 @@ std::unique_ptr<CNodeInfo> DeclareRenderRectNode()
     return info;
 }
 
-const bool s_declared = DeclareNodeType(DeclareRenderRectNode());
-
 template <class TIndex>
 void FillIndices(void* memory, int width, int height)
 {
@@ -54,6 +52,12 @@ void FillIndices(void* memory, int width, int height)
 }
 
 } // namespace
+
+template <>
+CNodeDeclaration DeclareNode<CRenderRectNode>()
+{
+    return CNodeDeclaration(DeclareRenderRectNode());
+}
 
 CRenderRectNode::~CRenderRectNode()
 {

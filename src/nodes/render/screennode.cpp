@@ -32,9 +32,13 @@ std::unique_ptr<CNodeInfo> DeclareScreenNode()
     return info;
 }
 
-const bool s_declared = DeclareNodeType(DeclareScreenNode());
-
 } // namespace
+
+template <>
+CNodeDeclaration DeclareNode<CScreenNode>()
+{
+    return CNodeDeclaration(DeclareScreenNode());
+}
 
 bool CScreenNode::Init()
 {

@@ -155,9 +155,13 @@ std::unique_ptr<CNodeInfo> DeclareShaderNode()
     return info;
 }
 
-const bool s_declared = DeclareNodeType(DeclareShaderNode());
-
 } // namespace
+
+template <>
+CNodeDeclaration DeclareNode<CShaderNode>()
+{
+    return CNodeDeclaration(DeclareShaderNode());
+}
 
 CShaderNode::~CShaderNode()
 {

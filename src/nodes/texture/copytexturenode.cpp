@@ -125,8 +125,6 @@ std::unique_ptr<CNodeInfo> DeclareCopyTextureNode()
     return info;
 }
 
-const bool s_declared = DeclareNodeType(DeclareCopyTextureNode());
-
 void FillQuad(SVertexPNTBTC* vertices)
 {
     struct SCorner
@@ -142,6 +140,12 @@ void FillQuad(SVertexPNTBTC* vertices)
 }
 
 } // namespace
+
+template <>
+CNodeDeclaration DeclareNode<CCopyTextureNode>()
+{
+    return CNodeDeclaration(DeclareCopyTextureNode());
+}
 
 CCopyTextureNode::~CCopyTextureNode()
 {

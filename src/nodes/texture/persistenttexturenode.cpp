@@ -18,9 +18,13 @@ std::unique_ptr<CNodeInfo> DeclarePersistentTextureNode()
     return info;
 }
 
-const bool s_declared = DeclareNodeType(DeclarePersistentTextureNode());
-
 } // namespace
+
+template <>
+CNodeDeclaration DeclareNode<CPersistentTextureNode>()
+{
+    return CNodeDeclaration(DeclarePersistentTextureNode());
+}
 
 std::shared_ptr<CTexture> CPTTexture::GetTexture(CRender*)
 {

@@ -27,8 +27,6 @@ std::unique_ptr<CNodeInfo> DeclarePreviousLayerNode()
     return info;
 }
 
-const bool s_declared = DeclareNodeType(DeclarePreviousLayerNode());
-
 constexpr const char* kExampleScene = "[apppath]scenes/special/PostprocessingBackground.lmc";
 
 std::shared_ptr<CRenderTarget> TakeTarget(CRender* render, const char* name)
@@ -41,6 +39,12 @@ std::shared_ptr<CRenderTarget> TakeTarget(CRender* render, const char* name)
 }
 
 } // namespace
+
+template <>
+CNodeDeclaration DeclareNode<CPreviousLayerNode>()
+{
+    return CNodeDeclaration(DeclarePreviousLayerNode());
+}
 
 CPreviousLayerNode::CPreviousLayerNode() = default;
 

@@ -62,8 +62,6 @@ std::unique_ptr<CNodeInfo> DeclareRenderToTextureNode()
     return info;
 }
 
-const bool s_declared = DeclareNodeType(DeclareRenderToTextureNode());
-
 void ClearTransparent(CRender* render)
 {
     static const float transparent[4] = {0, 0, 0, 0};
@@ -77,6 +75,12 @@ bool IsTargetFormat(int format)
 }
 
 } // namespace
+
+template <>
+CNodeDeclaration DeclareNode<CRenderToTextureNode>()
+{
+    return CNodeDeclaration(DeclareRenderToTextureNode());
+}
 
 // ---- CRTTColor ----
 

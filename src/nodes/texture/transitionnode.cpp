@@ -36,8 +36,6 @@ std::unique_ptr<CNodeInfo> DeclareTransitionNode()
     return info;
 }
 
-const bool s_declared = DeclareNodeType(DeclareTransitionNode());
-
 constexpr std::array<const char*, 2> kExampleScenes = {"[apppath]scenes/special/TransitionFromExample.lmc",
                                                        "[apppath]scenes/special/TransitionToExample.lmc"};
 
@@ -47,6 +45,12 @@ bool IsPreview()
 }
 
 } // namespace
+
+template <>
+CNodeDeclaration DeclareNode<CTransitionNode>()
+{
+    return CNodeDeclaration(DeclareTransitionNode());
+}
 
 // ---- CTransitionNodeTexture ----
 

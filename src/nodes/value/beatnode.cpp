@@ -25,9 +25,13 @@ std::unique_ptr<CNodeInfo> DeclareBeatNode()
     return info;
 }
 
-const bool s_declared = DeclareNodeType(DeclareBeatNode());
-
 } // namespace
+
+template <>
+CNodeDeclaration DeclareNode<CBeatNode>()
+{
+    return CNodeDeclaration(DeclareBeatNode());
+}
 
 bool CBeatNode::Init()
 {

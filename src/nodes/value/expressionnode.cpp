@@ -36,9 +36,13 @@ std::unique_ptr<CNodeInfo> DeclareExpressionNode()
     return info;
 }
 
-const bool s_declared = DeclareNodeType(DeclareExpressionNode());
-
 } // namespace
+
+template <>
+CNodeDeclaration DeclareNode<CExpressionNode>()
+{
+    return CNodeDeclaration(DeclareExpressionNode());
+}
 
 bool CExpressionNode::Init()
 {

@@ -23,8 +23,6 @@ std::unique_ptr<CNodeInfo> DeclareHSLAToColor()
     return info;
 }
 
-const bool s_declared = DeclareNodeType(DeclareHSLAToColor());
-
 // One channel: t is the hue shifted by a third for red and blue.
 float Channel(float p, float q, float t)
 {
@@ -42,6 +40,12 @@ float Channel(float p, float q, float t)
 }
 
 } // namespace
+
+template <>
+CNodeDeclaration DeclareNode<CHSLAToColor>()
+{
+    return CNodeDeclaration(DeclareHSLAToColor());
+}
 
 bool CHSLAToColor::Init()
 {

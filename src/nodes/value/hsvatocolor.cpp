@@ -24,9 +24,13 @@ std::unique_ptr<CNodeInfo> DeclareHSVAToColor()
     return info;
 }
 
-const bool s_declared = DeclareNodeType(DeclareHSVAToColor());
-
 } // namespace
+
+template <>
+CNodeDeclaration DeclareNode<CHSVAToColor>()
+{
+    return CNodeDeclaration(DeclareHSVAToColor());
+}
 
 bool CHSVAToColor::Init()
 {

@@ -32,8 +32,6 @@ std::unique_ptr<CNodeInfo> DeclareMinMaxNode()
     return info;
 }
 
-const bool s_declared = DeclareNodeType(DeclareMinMaxNode());
-
 // The modes of choosing the next value.
 constexpr int Stay = 0;
 constexpr int Random = 1;
@@ -42,6 +40,12 @@ constexpr int RisingRamp = 3;
 constexpr int FallingRamp = 4;
 
 } // namespace
+
+template <>
+CNodeDeclaration DeclareNode<CMinMaxNode>()
+{
+    return CNodeDeclaration(DeclareMinMaxNode());
+}
 
 bool CMinMaxNode::Init()
 {

@@ -22,9 +22,13 @@ std::unique_ptr<CNodeInfo> DeclareRGBAToColor()
     return info;
 }
 
-const bool s_declared = DeclareNodeType(DeclareRGBAToColor());
-
 } // namespace
+
+template <>
+CNodeDeclaration DeclareNode<CRGBAToColor>()
+{
+    return CNodeDeclaration(DeclareRGBAToColor());
+}
 
 bool CRGBAToColor::Init()
 {

@@ -33,9 +33,13 @@ std::unique_ptr<CNodeInfo> DeclareRotatorNode()
     return info;
 }
 
-const bool s_declared = DeclareNodeType(DeclareRotatorNode());
-
 } // namespace
+
+template <>
+CNodeDeclaration DeclareNode<CRotatorNode>()
+{
+    return CNodeDeclaration(DeclareRotatorNode());
+}
 
 bool CRotatorNode::Init()
 {

@@ -37,8 +37,6 @@ std::unique_ptr<CNodeInfo> DeclareSignalGeneratorNode()
     return info;
 }
 
-const bool s_declared = DeclareNodeType(DeclareSignalGeneratorNode());
-
 enum class EWaveform : int { Sine = 0, Square = 1, Triangle = 2, Sawtooth = 3, Random = 4 };
 
 // The wave at x cycles, from -1 to 1.
@@ -62,6 +60,12 @@ float Wave(int type, float x)
 }
 
 } // namespace
+
+template <>
+CNodeDeclaration DeclareNode<CSignalGeneratorNode>()
+{
+    return CNodeDeclaration(DeclareSignalGeneratorNode());
+}
 
 bool CSignalGeneratorNode::Init()
 {

@@ -22,9 +22,13 @@ std::unique_ptr<CNodeInfo> DeclareSinNode()
     return info;
 }
 
-const bool s_declared = DeclareNodeType(DeclareSinNode());
-
 } // namespace
+
+template <>
+CNodeDeclaration DeclareNode<CSinNode>()
+{
+    return CNodeDeclaration(DeclareSinNode());
+}
 
 bool CSinNode::Init()
 {

@@ -16,9 +16,13 @@ std::unique_ptr<CNodeInfo> DeclareSpectrumNode()
     return info;
 }
 
-const bool s_declared = DeclareNodeType(DeclareSpectrumNode());
-
 } // namespace
+
+template <>
+CNodeDeclaration DeclareNode<CSpectrumNode>()
+{
+    return CNodeDeclaration(DeclareSpectrumNode());
+}
 
 bool CSpectrumNode::Init()
 {

@@ -21,9 +21,13 @@ std::unique_ptr<CNodeInfo> DeclareVectorNode()
     return info;
 }
 
-const bool s_declared = DeclareNodeType(DeclareVectorNode());
-
 } // namespace
+
+template <>
+CNodeDeclaration DeclareNode<CVectorNode>()
+{
+    return CNodeDeclaration(DeclareVectorNode());
+}
 
 bool CVectorNode::Init()
 {

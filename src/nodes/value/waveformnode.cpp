@@ -22,9 +22,13 @@ std::unique_ptr<CNodeInfo> DeclareWaveformNode()
     return info;
 }
 
-const bool s_declared = DeclareNodeType(DeclareWaveformNode());
-
 } // namespace
+
+template <>
+CNodeDeclaration DeclareNode<CWaveformNode>()
+{
+    return CNodeDeclaration(DeclareWaveformNode());
+}
 
 bool CWaveformNode::Init()
 {

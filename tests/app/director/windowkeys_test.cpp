@@ -7,6 +7,7 @@
 #include "app/host/apptypewin.h"
 #include "app/host/clock.h"
 #include "app/paths.h"
+#include "nodes/nodetypes.h"
 #include "renderogl/renderogl.h"
 #include "scene/nodefactory.h"
 #include "scene/scenebase.h"
@@ -92,7 +93,7 @@ TEST(WindowKeys, SceneKeysDuringTransitionsKeepTheShowRunning)
     setenv("LUMORA_APPPATH", LUMORA_SOURCE_DATA, 1);
     g_paths.Setup();
     CNodeFactory* factory = CNodeFactory::Get();
-    factory->Init();
+    factory->Init(NodeTypes());
 
     // The shipped show with three transitions and a layered entry, and a
     // playlist of one transition, which a press used to pick while it ran.

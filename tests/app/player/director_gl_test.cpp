@@ -8,6 +8,7 @@
 #include "app/host/clock.h"
 #include "app/paths.h"
 #include "app/player/headlessrun.h"
+#include "nodes/nodetypes.h"
 #include "ports/port.h"
 #include "renderogl/glfixture.h"
 #include "scene/nodefactory.h"
@@ -48,7 +49,7 @@ protected:
         ASSERT_TRUE(m_render->InitDevice());
         m_render->m_virtualRect = m_render->m_currentRect = SRect{0, 0, Width, Height};
         m_factory = CNodeFactory::Get();
-        m_factory->Init();
+        m_factory->Init(NodeTypes());
         m_effectType = std::make_unique<CTestEffectNode::CType>();
     }
     void TearDown() override

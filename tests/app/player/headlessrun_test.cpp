@@ -6,6 +6,7 @@
 #include "app/director/playlist.h"
 #include "app/player/headlessrun.h"
 #include "app/player/scenesnapshotter.h"
+#include "nodes/nodetypes.h"
 #include "renderogl/glcontext.h"
 #include "renderogl/renderogl.h"
 #include "scene/scenecontainer.h"
@@ -34,7 +35,7 @@ protected:
         setenv("XDG_CONFIG_HOME", m_home.Path().c_str(), 1);
         g_paths.Setup();
         m_factory = CNodeFactory::Get();
-        m_factory->Init();
+        m_factory->Init(NodeTypes());
         m_effectType = std::make_unique<CTestEffectNode::CType>();
     }
     void TearDown() override

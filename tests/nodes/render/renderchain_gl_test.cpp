@@ -1,6 +1,7 @@
 // The render chain on a real context: a cleared target and a rectangle drawn
 // through an effect give known pixels.
 
+#include "nodes/nodetypes.h"
 #include "nodes/render/renderrectnode.h"
 #include "ports/port.h"
 #include "renderogl/glfixture.h"
@@ -17,7 +18,7 @@ protected:
     {
         CGLRenderTest::SetUp();
         m_factory = CNodeFactory::Get();
-        m_factory->Init();
+        m_factory->Init(NodeTypes());
         m_effectType = std::make_unique<CTestEffectNode::CType>();
         m_scene = std::make_unique<CScene>();
     }

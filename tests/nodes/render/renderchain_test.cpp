@@ -2,6 +2,7 @@
 // viewports and cameras, and the rectangle's grid, through a render that
 // notes its calls instead of drawing.
 
+#include "nodes/nodetypes.h"
 #include "nodes/render/renderobjectnode.h"
 #include "nodes/render/renderrectnode.h"
 #include "ports/types/dataports.h"
@@ -160,15 +161,15 @@ class RenderChain : public ::testing::Test
 protected:
     RenderChain() : m_factory(CNodeFactory::Get())
     {
-        m_factory->Init();
+        m_factory->Init(NodeTypes());
         m_effectInfo = std::make_unique<CNodeInfo>(NG_Effects, "Bloom", [] { return static_cast<CNode*>(new CJournalEffectNode); });
         m_effectInfo->AddOutPort(std::make_unique<CPortEffect>("Effect", ""));
         m_objectInfo = std::make_unique<CNodeInfo>(NG_Objects, "MeshObject", [] { return static_cast<CNode*>(new CJournalObjectNode); });
         m_objectInfo->AddInPort(std::make_unique<CPortEffect>("Effect", ""));
         m_objectInfo->AddInPort(std::make_unique<CPortObject>("Object", ""));
         m_objectInfo->AddOutPort(std::make_unique<CPortObject>("Object", ""));
-        std::vector<CNodeInfo*> infos{m_effectInfo.get(), m_objectInfo.get()};
-        m_factory->AddInOrder(infos);
+        m_factory->Add(m_effectInfo.get());
+        m_factory->Add(m_objectInfo.get());
         g_journal = &m_render.m_journal;
     }
     ~RenderChain() override

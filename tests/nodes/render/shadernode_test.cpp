@@ -2,6 +2,7 @@
 // with what they use, draw through a RenderRect with the node's values and
 // textures, and fail with a listing in the log.
 
+#include "nodes/nodetypes.h"
 #include "nodes/render/shadernode.h"
 #include "ports/port.h"
 #include "ports/types/dataports.h"
@@ -193,11 +194,10 @@ protected:
     {
         CGLRenderTest::SetUp();
         m_factory = CNodeFactory::Get();
-        m_factory->Init();
+        m_factory->Init(NodeTypes());
         m_render->GetRenderData()->GetFxManager()->m_includeDirectory = LUMORA_SOURCE_DATA_DIR "/nodedata";
         m_squareInfo = CSquareObjectNode::Declare();
-        const std::array<CNodeInfo*, 1> infos{m_squareInfo.get()};
-        m_factory->AddInOrder(infos);
+        m_factory->Add(m_squareInfo.get());
         m_scene = std::make_unique<CScene>();
     }
     void TearDown() override

@@ -3,6 +3,7 @@
 // Scenes built in code on a real context, with the test effect registered
 // as "Streak", and the means to read the pixels of texture outputs.
 
+#include "nodes/nodetypes.h"
 #include "ports/port.h"
 #include "ports/types/dataports.h"
 #include "render/rendertarget.h"
@@ -29,7 +30,7 @@ protected:
     {
         CGLRenderTest::SetUp();
         m_factory = CNodeFactory::Get();
-        m_factory->Init();
+        m_factory->Init(NodeTypes());
         m_effectType = std::make_unique<CTestEffectNode::CType>();
     }
     void TearDown() override

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "nodes/nodetypes.h"
 #include "ports/types/portcolor.h"
 #include "ports/types/portfloat.h"
 #include "scene/node.h"
@@ -46,7 +47,7 @@ public:
 class CValueGraph
 {
 public:
-    CValueGraph() : m_factory(CNodeFactory::Get()) { m_factory->Init(); }
+    CValueGraph() : m_factory(CNodeFactory::Get()) { m_factory->Init(NodeTypes()); }
     ~CValueGraph()
     {
         m_nodes.clear();
