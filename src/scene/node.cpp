@@ -126,6 +126,9 @@ void CNode::SetType(const CNodeInfo& info)
         m_outPorts.push_back(CPort::Clone(*prototype));
         m_outPorts.back()->SetNode(this);
     }
+    m_updateOnce = info.m_updateOnce;
+    if (info.m_bindPorts)
+        info.m_bindPorts(*this);
 }
 
 bool CNode::UpdateInPorts(float time)

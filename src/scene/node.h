@@ -18,7 +18,7 @@ class QXmlStreamReader;
 class QXmlStreamWriter;
 
 // The description and ports of node class TNode. Each node class defines it
-// in its source file; the node type list refers to it.
+// in its source file and names it a friend; the node type list refers to it.
 template <class TNode>
 CNodeDeclaration DeclareNode();
 
@@ -32,7 +32,7 @@ public:
     CNode(const CNode&) = delete;
     CNode& operator=(const CNode&) = delete;
 
-    // Called once after the ports exist: look ports up and keep pointers.
+    // Called once after the ports exist and are bound.
     virtual bool Init();
     virtual void Update(float time, CSceneContext* context);
     // After the frame has been shown: give back per-frame textures, flip buffers.
@@ -46,7 +46,8 @@ public:
     // Called with the reader on the node's start element; reads to its end.
     virtual void Deserialize(QXmlStreamReader* reader);
 
-    // Makes the ports from the type's prototypes.
+    // Makes the ports from the type's prototypes and binds the members that
+    // point to them.
     void SetType(const CNodeInfo& info);
     // Updates every input port; true if any of them changed.
     bool UpdateInPorts(float time);

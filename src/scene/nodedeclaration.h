@@ -1,23 +1,330 @@
 #pragma once
 
+#include "ports/types/dataports.h"
+#include "ports/types/portbool.h"
+#include "ports/types/portcolor.h"
+#include "ports/types/portfloat.h"
+#include "ports/types/portint.h"
+#include "ports/types/portrect.h"
+#include "ports/types/portstring.h"
+#include "ports/types/portvector.h"
 #include "scene/node.h"
 #include "scene/nodeinfo.h"
 
+#include <array>
+#include <concepts>
+#include <cstddef>
+#include <functional>
+#include <initializer_list>
 #include <memory>
+#include <string>
 #include <string_view>
+#include <vector>
 
-// What a node class tells of its type; the node type list adds the name and
+// A node class declares its type as a table: one row per port with its name,
+// description and values, and the member of the class that points to the
+// port in every node. The rows make the type's prototypes, and SetType binds
+// the members of a new node, so a node class looks up nothing by name.
+//
+//     template <>
+//     CNodeDeclaration DeclareNode<CSinNode>()
+//     {
+//         return {"Sin math function", EEvaluation::EveryPull,
+//                 {In(&CSinNode::m_min, "Min", "Bottom of the wave", {0.0f, 0.01f, -10000.0f, 10000.0f}),
+//                  Out(&CSinNode::m_value, "Value", "The wave", {0.0f, 0.01f, 0.0f, 1.0f})}};
+//     }
+
+// A named choice of an Int port.
+struct SChoice
+{
+    int value;
+    const char* name;
+};
+
+// What each value port takes after its name and description, in the order of
+// its constructor. Data ports take nothing.
+struct SIntValues
+{
+    int value;
+    int min;
+    int max;
+    std::vector<SChoice> choices = {};
+};
+
+struct SFloatValues
+{
+    float value;
+    float step;
+    float min;
+    float max;
+};
+
+struct SColorValues
+{
+    CPortColor::Rgba value;
+    CPortColor::Rgba min = {0, 0, 0, 0};
+    CPortColor::Rgba max = {1, 1, 1, 1};
+};
+
+struct SVectorValues
+{
+    // The same step on every axis and a range of -limit to +limit.
+    SVectorValues(const CPortVector::Xyz& value, float step, float limit);
+
+    CPortVector::Xyz value;
+    CPortVector::Xyz step;
+    CPortVector::Xyz min;
+    CPortVector::Xyz max;
+};
+
+// Left, top, right, bottom each.
+struct SRectValues
+{
+    CPortRect::Ltrb value;
+    CPortRect::Ltrb step;
+    CPortRect::Ltrb min;
+    CPortRect::Ltrb max;
+};
+
+// The values of port class TPort.
+template <class TPort>
+struct TPortValues;
+template <>
+struct TPortValues<CPortBool> { using Type = bool; };
+template <>
+struct TPortValues<CPortInt> { using Type = SIntValues; };
+template <>
+struct TPortValues<CPortFloat> { using Type = SFloatValues; };
+template <>
+struct TPortValues<CPortString> { using Type = std::string_view; };
+template <>
+struct TPortValues<CPortColor> { using Type = SColorValues; };
+template <>
+struct TPortValues<CPortVector> { using Type = SVectorValues; };
+template <>
+struct TPortValues<CPortRect> { using Type = SRectValues; };
+
+template <class TPort>
+using TValuesOf = typename TPortValues<TPort>::Type;
+
+// A prototype of the port class that the values belong to.
+std::shared_ptr<const CPort> MakePrototype(std::string_view name, std::string_view desc, bool value);
+std::shared_ptr<const CPort> MakePrototype(std::string_view name, std::string_view desc, const SIntValues& values);
+std::shared_ptr<const CPort> MakePrototype(std::string_view name, std::string_view desc, const SFloatValues& values);
+std::shared_ptr<const CPort> MakePrototype(std::string_view name, std::string_view desc, std::string_view value);
+std::shared_ptr<const CPort> MakePrototype(std::string_view name, std::string_view desc, const SColorValues& values);
+std::shared_ptr<const CPort> MakePrototype(std::string_view name, std::string_view desc, const SVectorValues& values);
+std::shared_ptr<const CPort> MakePrototype(std::string_view name, std::string_view desc, const SRectValues& values);
+
+// A port that carries a pointer within a frame and takes no values.
+template <class TPort>
+concept DataPort =
+    std::derived_from<TPort, CPort> && std::constructible_from<TPort, std::string_view, std::string_view>;
+
+// Rows of a port table whose members belong to TOwner: a node class, or a
+// part of one that several node classes share (see Within).
+template <class TOwner>
+class TPorts
+{
+public:
+    struct SRow
+    {
+        std::shared_ptr<const CPort> prototype;
+        bool input;
+        std::function<void(TOwner& owner, CPort& port)> bind;
+    };
+
+    TPorts() = default;
+    // The rows of each group in turn.
+    TPorts(std::initializer_list<TPorts> groups)
+    {
+        for (const TPorts& group : groups)
+            rows.insert(rows.end(), group.rows.begin(), group.rows.end());
+    }
+    TPorts(std::shared_ptr<const CPort> prototype, bool input, std::function<void(TOwner&, CPort&)> bind)
+        : rows{{std::move(prototype), input, std::move(bind)}}
+    {
+    }
+
+    std::vector<SRow> rows;
+};
+
+namespace PortRows {
+
+template <class TOwner, class TPort>
+std::function<void(TOwner&, CPort&)> Bind(TPort* TOwner::*member)
+{
+    // The port is a clone of the row's own prototype, so of class TPort.
+    return [member](TOwner& owner, CPort& port) { owner.*member = static_cast<TPort*>(&port); };
+}
+
+template <class TOwner, class TPort, size_t N>
+std::function<void(TOwner&, CPort&)> Bind(std::array<TPort*, N> TOwner::*member, size_t index)
+{
+    return [member, index](TOwner& owner, CPort& port) { (owner.*member)[index] = static_cast<TPort*>(&port); };
+}
+
+template <class TPort>
+std::shared_ptr<const CPort> Make(std::string_view name, std::string_view desc)
+{
+    return std::make_shared<TPort>(name, desc);
+}
+
+template <class TPort>
+std::shared_ptr<const CPort> Make(std::string_view name, std::string_view desc, const TValuesOf<TPort>& values)
+{
+    return MakePrototype(name, desc, values);
+}
+
+// `desc` with each "#" replaced by `suffix`.
+std::string Numbered(std::string_view desc, char suffix);
+
+// One port per character of `suffixes`, named `name` and that character.
+template <class TOwner, class TPort, size_t N, size_t M, class... TValues>
+TPorts<TOwner> Each(bool input, std::array<TPort*, N> TOwner::*member, std::string_view name,
+                    const char (&suffixes)[M], std::string_view desc, const TValues&... values)
+{
+    static_assert(M - 1 == N, "one suffix per element of the array");
+    TPorts<TOwner> ports;
+    for (size_t i = 0; i < N; ++i) {
+        const std::string numbered = std::string(name) + suffixes[i];
+        ports.rows.push_back({Make<TPort>(numbered, Numbered(desc, suffixes[i]), values...), input, Bind(member, i)});
+    }
+    return ports;
+}
+
+} // namespace PortRows
+
+// An input port bound to `member`.
+template <class TOwner, class TPort>
+TPorts<TOwner> In(TPort* TOwner::*member, std::string_view name, std::string_view desc, const TValuesOf<TPort>& values)
+{
+    return {PortRows::Make<TPort>(name, desc, values), true, PortRows::Bind(member)};
+}
+
+template <class TOwner, DataPort TPort>
+TPorts<TOwner> In(TPort* TOwner::*member, std::string_view name, std::string_view desc)
+{
+    return {PortRows::Make<TPort>(name, desc), true, PortRows::Bind(member)};
+}
+
+// An input port bound to element `index` of an array member.
+template <class TOwner, class TPort, size_t N>
+TPorts<TOwner> In(std::array<TPort*, N> TOwner::*member, size_t index, std::string_view name, std::string_view desc,
+                  const TValuesOf<TPort>& values)
+{
+    return {PortRows::Make<TPort>(name, desc, values), true, PortRows::Bind(member, index)};
+}
+
+// An output port, likewise.
+template <class TOwner, class TPort>
+TPorts<TOwner> Out(TPort* TOwner::*member, std::string_view name, std::string_view desc, const TValuesOf<TPort>& values)
+{
+    return {PortRows::Make<TPort>(name, desc, values), false, PortRows::Bind(member)};
+}
+
+template <class TOwner, DataPort TPort>
+TPorts<TOwner> Out(TPort* TOwner::*member, std::string_view name, std::string_view desc)
+{
+    return {PortRows::Make<TPort>(name, desc), false, PortRows::Bind(member)};
+}
+
+template <class TOwner, DataPort TPort, size_t N>
+TPorts<TOwner> Out(std::array<TPort*, N> TOwner::*member, size_t index, std::string_view name, std::string_view desc)
+{
+    return {PortRows::Make<TPort>(name, desc), false, PortRows::Bind(member, index)};
+}
+
+// Repeated ports, one per element of an array member: `name` followed by
+// each character of `suffixes` ("12345" gives In1 to In5), with "#" in
+// `desc` standing for that character.
+template <class TOwner, class TPort, size_t N, size_t M>
+TPorts<TOwner> InEach(std::array<TPort*, N> TOwner::*member, std::string_view name, const char (&suffixes)[M],
+                      std::string_view desc, const TValuesOf<TPort>& values)
+{
+    return PortRows::Each(true, member, name, suffixes, desc, values);
+}
+
+template <class TOwner, DataPort TPort, size_t N, size_t M>
+TPorts<TOwner> InEach(std::array<TPort*, N> TOwner::*member, std::string_view name, const char (&suffixes)[M],
+                      std::string_view desc)
+{
+    return PortRows::Each(true, member, name, suffixes, desc);
+}
+
+template <class TOwner, class TPort, size_t N, size_t M>
+TPorts<TOwner> OutEach(std::array<TPort*, N> TOwner::*member, std::string_view name, const char (&suffixes)[M],
+                       std::string_view desc, const TValuesOf<TPort>& values)
+{
+    return PortRows::Each(false, member, name, suffixes, desc, values);
+}
+
+// The ports of a part that several node classes hold as a member, bound
+// within that member.
+template <class TNode, class TPart>
+TPorts<TNode> Within(TPart TNode::*part, const TPorts<TPart>& ports)
+{
+    TPorts<TNode> within;
+    for (const auto& row : ports.rows) {
+        within.rows.push_back({row.prototype, row.input,
+                               [part, bind = row.bind](TNode& node, CPort& port) { bind(node.*part, port); }});
+    }
+    return within;
+}
+
+enum class EEvaluation
+{
+    // A second pull in the same frame returns at once.
+    OncePerFrame,
+    // Evaluated anew on every pull: read along a "(Local)" port, `time` is
+    // the element's position.
+    EveryPull,
+};
+
+// What a node class tells of its type: the description, how often it is
+// evaluated, and its ports in order. The node type list adds the name and
 // the catalogue group.
 class CNodeDeclaration
 {
 public:
-    // A descriptor built by the class itself, whose name and group are taken
-    // from the list.
-    explicit CNodeDeclaration(std::unique_ptr<CNodeInfo> info) : m_info(std::move(info)) {}
+    template <class TNode>
+    CNodeDeclaration(std::string_view desc, std::initializer_list<TPorts<TNode>> ports)
+        : CNodeDeclaration(desc, EEvaluation::OncePerFrame, ports)
+    {
+    }
+
+    template <class TNode>
+    CNodeDeclaration(std::string_view desc, EEvaluation evaluation, std::initializer_list<TPorts<TNode>> ports)
+        : m_create([]() -> CNode* { return new TNode; }), m_desc(desc), m_evaluation(evaluation)
+    {
+        static_assert(std::derived_from<TNode, CNode>, "a node class derives from CNode");
+        for (const TPorts<TNode>& group : ports) {
+            for (const auto& row : group.rows) {
+                m_rows.push_back({row.prototype, row.input, [bind = row.bind](CNode& node, CPort& port) {
+                                      bind(static_cast<TNode&>(node), port);
+                                  }});
+            }
+        }
+    }
+
+    // A descriptor built by a class that does not declare its ports as a
+    // table yet; its name and group are taken from the list.
+    explicit CNodeDeclaration(std::unique_ptr<CNodeInfo> info) : m_built(std::move(info)) {}
 
     // The descriptor of the type `name` in catalogue group `group`.
     std::unique_ptr<CNodeInfo> MakeInfo(int group, std::string_view name);
 
 private:
-    std::unique_ptr<CNodeInfo> m_info;
+    struct SRow
+    {
+        std::shared_ptr<const CPort> prototype;
+        bool input;
+        std::function<void(CNode& node, CPort& port)> bind;
+    };
+
+    CNodeInfo::CreateFunction m_create = nullptr;
+    std::string m_desc;
+    EEvaluation m_evaluation = EEvaluation::OncePerFrame;
+    std::vector<SRow> m_rows;
+    std::unique_ptr<CNodeInfo> m_built;
 };

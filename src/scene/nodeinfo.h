@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -39,6 +40,12 @@ public:
     std::string m_desc;
     std::vector<std::unique_ptr<CPort>> m_inPorts;
     std::vector<std::unique_ptr<CPort>> m_outPorts;
+    // False for a class evaluated on every pull, so that a "(Local)" reader
+    // sees it anew for each element.
+    bool m_updateOnce = true;
+    // Points the members of a new node at its ports; empty for a class that
+    // looks its ports up by name in Init.
+    std::function<void(CNode& node)> m_bindPorts;
 
 private:
     CPort* AddPort(std::unique_ptr<CPort> port, bool isInput);

@@ -1,44 +1,21 @@
 #include "nodes/value/sinnode.h"
 
-#include "ports/types/portfloat.h"
 #include "scene/nodedeclaration.h"
-#include "scene/nodeinfo.h"
 
 #include <cmath>
-
-namespace {
-
-std::unique_ptr<CNodeInfo> DeclareSinNode()
-{
-    auto info = std::make_unique<CNodeInfo>(NG_Values, "Sin", [] { return static_cast<CNode*>(new CSinNode); });
-    info->m_desc = "Sin math function. NOTE: This node is depricated. Use SignalGenerator instead";
-    info->AddInPort(std::make_unique<CPortFloat>("Min", "Bottom of the wave", 0.0f, 0.01f, -10000.0f, 10000.0f));
-    info->AddInPort(std::make_unique<CPortFloat>("Max", "Top of the wave", 1.0f, 0.01f, -10000.0f, 10000.0f));
-    info->AddInPort(std::make_unique<CPortFloat>("Offset", "Shift of the wave, in cycles", 0.0f, 0.01f, -10000.0f,
-                                                 10000.0f));
-    info->AddInPort(std::make_unique<CPortFloat>("Frequency", "Cycles per unit of time", 1.0f, 0.01f, 1e-06f,
-                                                 10000.0f));
-    info->AddOutPort(std::make_unique<CPortFloat>("Value", "The wave", 0.0f, 0.01f, 0.0f, 1.0f));
-    return info;
-}
-
-} // namespace
 
 template <>
 CNodeDeclaration DeclareNode<CSinNode>()
 {
-    return CNodeDeclaration(DeclareSinNode());
-}
-
-bool CSinNode::Init()
-{
-    m_updateOnce = false;
-    m_min = GetInPort<CPortFloat>("Min");
-    m_max = GetInPort<CPortFloat>("Max");
-    m_offset = GetInPort<CPortFloat>("Offset");
-    m_frequency = GetInPort<CPortFloat>("Frequency");
-    m_value = GetOutPort<CPortFloat>("Value");
-    return m_min && m_max && m_offset && m_frequency && m_value;
+    return {"Sin math function. NOTE: This node is depricated. Use SignalGenerator instead",
+            EEvaluation::EveryPull,
+            {
+                In(&CSinNode::m_min, "Min", "Bottom of the wave", {0.0f, 0.01f, -10000.0f, 10000.0f}),
+                In(&CSinNode::m_max, "Max", "Top of the wave", {1.0f, 0.01f, -10000.0f, 10000.0f}),
+                In(&CSinNode::m_offset, "Offset", "Shift of the wave, in cycles", {0.0f, 0.01f, -10000.0f, 10000.0f}),
+                In(&CSinNode::m_frequency, "Frequency", "Cycles per unit of time", {1.0f, 0.01f, 1e-06f, 10000.0f}),
+                Out(&CSinNode::m_value, "Value", "The wave", {0.0f, 0.01f, 0.0f, 1.0f}),
+            }};
 }
 
 void CSinNode::Update(float time, CSceneContext*)

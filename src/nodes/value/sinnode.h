@@ -9,10 +9,11 @@ class CPortFloat;
 class CSinNode : public CNode
 {
 public:
-    bool Init() override;
     void Update(float time, CSceneContext* context) override;
 
 private:
+    friend CNodeDeclaration DeclareNode<CSinNode>();
+
     CPortFloat* m_min = nullptr;
     CPortFloat* m_max = nullptr;
     CPortFloat* m_offset = nullptr;
