@@ -1,46 +1,22 @@
 #include "nodes/value/beatnode.h"
 
-#include "ports/types/portfloat.h"
 #include "scene/nodedeclaration.h"
-#include "scene/nodeinfo.h"
 #include "sound/soundanalyzer.h"
 
 #include <algorithm>
 
-namespace {
-
-std::unique_ptr<CNodeInfo> DeclareBeatNode()
-{
-    auto info = std::make_unique<CNodeInfo>(NG_Sound, "Beat", [] { return static_cast<CNode*>(new CBeatNode); });
-    info->m_desc = "Detects the beat in the currently playing music and output its as a value going from 0.0 to 1.0";
-    info->AddInPort(std::make_unique<CPortFloat>("NoMusic", "Output while there is no music", 1.0f, 0.1f, -10000.0f,
-                                                 10000.0f));
-    info->AddInPort(std::make_unique<CPortFloat>("Amplification", "Factor on the beat value", 1.0f, 0.01f, 0.0f,
-                                                 10000.0f));
-    info->AddInPort(std::make_unique<CPortFloat>("Min", "Output at beat 0", 0.0f, 0.01f, -10000.0f, 10000.0f));
-    info->AddInPort(std::make_unique<CPortFloat>("Max", "Output at beat 1, and its ceiling", 1.0f, 0.01f, -10000.0f,
-                                                 10000.0f));
-    info->AddOutPort(std::make_unique<CPortFloat>("BeatStrength", "The beat, from Min to Max", 0.0f, 0.01f, 0.0f,
-                                                  1.0f));
-    return info;
-}
-
-} // namespace
-
 template <>
 CNodeDeclaration DeclareNode<CBeatNode>()
 {
-    return CNodeDeclaration(DeclareBeatNode());
-}
-
-bool CBeatNode::Init()
-{
-    m_noMusic = GetInPort<CPortFloat>("NoMusic");
-    m_amplification = GetInPort<CPortFloat>("Amplification");
-    m_min = GetInPort<CPortFloat>("Min");
-    m_max = GetInPort<CPortFloat>("Max");
-    m_beatStrength = GetOutPort<CPortFloat>("BeatStrength");
-    return m_noMusic && m_amplification && m_min && m_max && m_beatStrength;
+    return {
+        "Detects the beat in the currently playing music and output its as a value going from 0.0 to 1.0",
+        {
+            In(&CBeatNode::m_noMusic, "NoMusic", "Output while there is no music", {1.0f, 0.1f, -10000.0f, 10000.0f}),
+            In(&CBeatNode::m_amplification, "Amplification", "Factor on the beat value", {1.0f, 0.01f, 0.0f, 10000.0f}),
+            In(&CBeatNode::m_min, "Min", "Output at beat 0", {0.0f, 0.01f, -10000.0f, 10000.0f}),
+            In(&CBeatNode::m_max, "Max", "Output at beat 1, and its ceiling", {1.0f, 0.01f, -10000.0f, 10000.0f}),
+            Out(&CBeatNode::m_beatStrength, "BeatStrength", "The beat, from Min to Max", {0.0f, 0.01f, 0.0f, 1.0f}),
+        }};
 }
 
 void CBeatNode::Update(float time, CSceneContext*)

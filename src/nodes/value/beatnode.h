@@ -9,10 +9,11 @@ class CPortFloat;
 class CBeatNode : public CNode
 {
 public:
-    bool Init() override;
     void Update(float time, CSceneContext* context) override;
 
 private:
+    friend CNodeDeclaration DeclareNode<CBeatNode>();
+
     CPortFloat* m_noMusic = nullptr;
     CPortFloat* m_amplification = nullptr;
     CPortFloat* m_min = nullptr;

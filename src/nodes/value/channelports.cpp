@@ -1,36 +1,21 @@
 #include "nodes/value/channelports.h"
 
-#include "ports/types/portfloat.h"
-#include "scene/node.h"
-#include "scene/nodeinfo.h"
+#include "scene/nodedeclaration.h"
 
-#include <memory>
-
-void SChannelPorts::Declare(CNodeInfo& info)
+TPorts<SChannelPorts> SChannelPorts::Ports()
 {
-    info.AddInPort(std::make_unique<CPortFloat>("NoMusicLeft", "LeftChannel while there is no music", 0.0f, 0.01f,
-                                                -10000.0f, 10000.0f));
-    info.AddInPort(std::make_unique<CPortFloat>("NoMusicRight", "RightChannel while there is no music", 0.0f, 0.01f,
-                                                -10000.0f, 10000.0f));
-    info.AddInPort(std::make_unique<CPortFloat>("NoMusicMono", "Mono while there is no music", 0.0f, 0.01f,
-                                                -10000.0f, 10000.0f));
-    info.AddInPort(std::make_unique<CPortFloat>("Amplification", "Factor on the values", 1.0f, 0.01f, 0.0f,
-                                                10000.0f));
-    info.AddOutPort(std::make_unique<CPortFloat>("Mono", "Mean of left and right", 0.0f, 0.01f, 0.0f, 1.0f));
-    info.AddOutPort(std::make_unique<CPortFloat>("LeftChannel", "Left channel", 0.0f, 0.01f, 0.0f, 1.0f));
-    info.AddOutPort(std::make_unique<CPortFloat>("RightChannel", "Right channel", 0.0f, 0.01f, 0.0f, 1.0f));
-}
-
-bool SChannelPorts::Bind(const CNode& node)
-{
-    m_noMusicLeft = node.GetInPort<CPortFloat>("NoMusicLeft");
-    m_noMusicRight = node.GetInPort<CPortFloat>("NoMusicRight");
-    m_noMusicMono = node.GetInPort<CPortFloat>("NoMusicMono");
-    m_amplification = node.GetInPort<CPortFloat>("Amplification");
-    m_mono = node.GetOutPort<CPortFloat>("Mono");
-    m_left = node.GetOutPort<CPortFloat>("LeftChannel");
-    m_right = node.GetOutPort<CPortFloat>("RightChannel");
-    return m_noMusicLeft && m_noMusicRight && m_noMusicMono && m_amplification && m_mono && m_left && m_right;
+    return {
+        In(&SChannelPorts::m_noMusicLeft, "NoMusicLeft", "LeftChannel while there is no music",
+           {0.0f, 0.01f, -10000.0f, 10000.0f}),
+        In(&SChannelPorts::m_noMusicRight, "NoMusicRight", "RightChannel while there is no music",
+           {0.0f, 0.01f, -10000.0f, 10000.0f}),
+        In(&SChannelPorts::m_noMusicMono, "NoMusicMono", "Mono while there is no music",
+           {0.0f, 0.01f, -10000.0f, 10000.0f}),
+        In(&SChannelPorts::m_amplification, "Amplification", "Factor on the values", {1.0f, 0.01f, 0.0f, 10000.0f}),
+        Out(&SChannelPorts::m_mono, "Mono", "Mean of left and right", {0.0f, 0.01f, 0.0f, 1.0f}),
+        Out(&SChannelPorts::m_left, "LeftChannel", "Left channel", {0.0f, 0.01f, 0.0f, 1.0f}),
+        Out(&SChannelPorts::m_right, "RightChannel", "Right channel", {0.0f, 0.01f, 0.0f, 1.0f}),
+    };
 }
 
 void SChannelPorts::PublishMusic(float left, float right)

@@ -1,15 +1,15 @@
 #pragma once
 
-class CNode;
-class CNodeInfo;
 class CPortFloat;
+template <class TOwner>
+class TPorts;
 
 // The ports that Spectrum and Waveform share: what to give while there is no
 // music, a factor on the music's values, and the mono, left and right outputs.
 struct SChannelPorts
 {
-    static void Declare(CNodeInfo& info);
-    bool Bind(const CNode& node);
+    // Their rows in a node's port table: Within(&CSpectrumNode::m_ports, Ports()).
+    static TPorts<SChannelPorts> Ports();
     // With music: the amplified left and right values and their mean.
     void PublishMusic(float left, float right);
     // Without: the replacement inputs, pulled only now.

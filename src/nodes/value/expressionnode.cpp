@@ -1,53 +1,25 @@
 #include "nodes/value/expressionnode.h"
 
 #include "app/random.h"
-#include "ports/types/portfloat.h"
-#include "ports/types/portint.h"
-#include "ports/types/portstring.h"
 #include "scene/nodedeclaration.h"
-#include "scene/nodeinfo.h"
 #include "scene/scenecontext.h"
-
-#include <cstdio>
-
-namespace {
-
-std::unique_ptr<CNodeInfo> DeclareExpressionNode()
-{
-    auto info =
-        std::make_unique<CNodeInfo>(NG_Values, "Expression", [] { return static_cast<CNode*>(new CExpressionNode); });
-    info->m_desc = "Math expression evaluator. Please see the website for a detailed description of this node";
-    for (int i = 1; i <= 5; ++i) {
-        char name[8];
-        char desc[32];
-        std::snprintf(name, sizeof name, "In%d", i);
-        std::snprintf(desc, sizeof desc, "Input, in%d in the expression", i);
-        info->AddInPort(std::make_unique<CPortFloat>(name, desc, 0.0f, 0.01f, -10000.0f, 10000.0f));
-    }
-    info->AddInPort(std::make_unique<CPortInt>("RandomSeed", "Seed of rand() and srand()", 1, 1, 100000));
-    info->AddInPort(std::make_unique<CPortString>("Expression", "The program", "out1=sin(time)/2"));
-    for (int i = 1; i <= 3; ++i) {
-        char name[8];
-        char desc[32];
-        std::snprintf(name, sizeof name, "Out%d", i);
-        std::snprintf(desc, sizeof desc, "out%d of the expression", i);
-        info->AddOutPort(std::make_unique<CPortFloat>(name, desc, 0.0f, 0.01f, 0.0f, 1.0f));
-    }
-    return info;
-}
-
-} // namespace
 
 template <>
 CNodeDeclaration DeclareNode<CExpressionNode>()
 {
-    return CNodeDeclaration(DeclareExpressionNode());
+    return {"Math expression evaluator. Please see the website for a detailed description of this node",
+            EEvaluation::EveryPull,
+            {
+                InEach(&CExpressionNode::m_inputs, "In", "12345", "Input, in# in the expression",
+                       {0.0f, 0.01f, -10000.0f, 10000.0f}),
+                In(&CExpressionNode::m_randomSeed, "RandomSeed", "Seed of rand() and srand()", {1, 1, 100000}),
+                In(&CExpressionNode::m_expression, "Expression", "The program", "out1=sin(time)/2"),
+                OutEach(&CExpressionNode::m_outputs, "Out", "123", "out# of the expression", {0.0f, 0.01f, 0.0f, 1.0f}),
+            }};
 }
 
 bool CExpressionNode::Init()
 {
-    m_updateOnce = false;
-
     m_permRandStart = g_random.NextUnit();
     const char* inNames[] = {"in1", "in2", "in3", "in4", "in5"};
     for (int i = 0; i < 5; ++i)
@@ -62,17 +34,7 @@ bool CExpressionNode::Init()
     m_expressionContext.AddVariable("out2", &m_out[1], 0.0);
     m_expressionContext.AddVariable("out3", &m_out[2], 0.0);
     m_expressionContext.BindLists();
-
-    bool found = true;
-    const char* inPorts[] = {"In1", "In2", "In3", "In4", "In5"};
-    for (int i = 0; i < 5; ++i)
-        found &= (m_inputs[i] = GetInPort<CPortFloat>(inPorts[i])) != nullptr;
-    const char* outPorts[] = {"Out1", "Out2", "Out3"};
-    for (int i = 0; i < 3; ++i)
-        found &= (m_outputs[i] = GetOutPort<CPortFloat>(outPorts[i])) != nullptr;
-    m_randomSeed = GetInPort<CPortInt>("RandomSeed");
-    m_expression = GetInPort<CPortString>("Expression");
-    return found && m_randomSeed && m_expression;
+    return true;
 }
 
 void CExpressionNode::SetOutputs(const double (&values)[3])

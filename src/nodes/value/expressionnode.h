@@ -20,6 +20,8 @@ public:
     void Update(float time, CSceneContext* context) override;
 
 private:
+    friend CNodeDeclaration DeclareNode<CExpressionNode>();
+
     void SetOutputs(const double (&values)[3]);
 
     std::array<CPortFloat*, 5> m_inputs{};

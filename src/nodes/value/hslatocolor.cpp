@@ -1,27 +1,10 @@
 #include "nodes/value/hslatocolor.h"
 
-#include "ports/types/portcolor.h"
-#include "ports/types/portfloat.h"
 #include "scene/nodedeclaration.h"
-#include "scene/nodeinfo.h"
 
 #include <algorithm>
 
 namespace {
-
-std::unique_ptr<CNodeInfo> DeclareHSLAToColor()
-{
-    auto info =
-        std::make_unique<CNodeInfo>(NG_Colours, "HSLAToColor", [] { return static_cast<CNode*>(new CHSLAToColor); });
-    info->m_desc = "Converts a Hue, Saturation, Lightness and alpha component to a color";
-    info->AddInPort(std::make_unique<CPortFloat>("Hue", "Hue in degrees", 0.0f, 1.0f, 0.0f, 360.0f));
-    info->AddInPort(std::make_unique<CPortFloat>("Saturation", "Saturation", 1.0f, 0.01f, 0.0f, 1.0f));
-    info->AddInPort(std::make_unique<CPortFloat>("Lightness", "Lightness", 0.5f, 0.01f, 0.0f, 1.0f));
-    info->AddInPort(std::make_unique<CPortFloat>("Alpha", "Opacity", 1.0f, 0.01f, 0.0f, 1.0f));
-    info->AddOutPort(std::make_unique<CPortColor>("Color", "The colour", CPortColor::Rgba{1, 1, 1, 1},
-                                                  CPortColor::Rgba{0, 0, 0, 0}, CPortColor::Rgba{1, 1, 1, 1}));
-    return info;
-}
 
 // One channel: t is the hue shifted by a third for red and blue.
 float Channel(float p, float q, float t)
@@ -44,18 +27,15 @@ float Channel(float p, float q, float t)
 template <>
 CNodeDeclaration DeclareNode<CHSLAToColor>()
 {
-    return CNodeDeclaration(DeclareHSLAToColor());
-}
-
-bool CHSLAToColor::Init()
-{
-    m_updateOnce = false;
-    m_hue = GetInPort<CPortFloat>("Hue");
-    m_saturation = GetInPort<CPortFloat>("Saturation");
-    m_lightness = GetInPort<CPortFloat>("Lightness");
-    m_alpha = GetInPort<CPortFloat>("Alpha");
-    m_color = GetOutPort<CPortColor>("Color");
-    return m_hue && m_saturation && m_lightness && m_alpha && m_color;
+    return {"Converts a Hue, Saturation, Lightness and alpha component to a color",
+            EEvaluation::EveryPull,
+            {
+                In(&CHSLAToColor::m_hue, "Hue", "Hue in degrees", {0.0f, 1.0f, 0.0f, 360.0f}),
+                In(&CHSLAToColor::m_saturation, "Saturation", "Saturation", {1.0f, 0.01f, 0.0f, 1.0f}),
+                In(&CHSLAToColor::m_lightness, "Lightness", "Lightness", {0.5f, 0.01f, 0.0f, 1.0f}),
+                In(&CHSLAToColor::m_alpha, "Alpha", "Opacity", {1.0f, 0.01f, 0.0f, 1.0f}),
+                Out(&CHSLAToColor::m_color, "Color", "The colour", {{1, 1, 1, 1}}),
+            }};
 }
 
 void CHSLAToColor::Update(float time, CSceneContext*)

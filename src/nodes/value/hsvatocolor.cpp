@@ -1,46 +1,22 @@
 #include "nodes/value/hsvatocolor.h"
 
-#include "ports/types/portcolor.h"
-#include "ports/types/portfloat.h"
 #include "scene/nodedeclaration.h"
-#include "scene/nodeinfo.h"
 
 #include <algorithm>
 #include <cmath>
 
-namespace {
-
-std::unique_ptr<CNodeInfo> DeclareHSVAToColor()
-{
-    auto info =
-        std::make_unique<CNodeInfo>(NG_Colours, "HSVAToColor", [] { return static_cast<CNode*>(new CHSVAToColor); });
-    info->m_desc = "Converts a Hue, Saturation, Value and alpha component to a color";
-    info->AddInPort(std::make_unique<CPortFloat>("Hue", "Hue in degrees", 0.0f, 1.0f, 0.0f, 360.0f));
-    info->AddInPort(std::make_unique<CPortFloat>("Saturation", "Saturation", 0.0f, 0.01f, 0.0f, 1.0f));
-    info->AddInPort(std::make_unique<CPortFloat>("Value", "Brightness", 1.0f, 0.01f, 0.0f, 1.0f));
-    info->AddInPort(std::make_unique<CPortFloat>("Alpha", "Opacity", 1.0f, 0.01f, 0.0f, 1.0f));
-    info->AddOutPort(std::make_unique<CPortColor>("Color", "The colour", CPortColor::Rgba{1, 1, 1, 1},
-                                                  CPortColor::Rgba{0, 0, 0, 0}, CPortColor::Rgba{1, 1, 1, 1}));
-    return info;
-}
-
-} // namespace
-
 template <>
 CNodeDeclaration DeclareNode<CHSVAToColor>()
 {
-    return CNodeDeclaration(DeclareHSVAToColor());
-}
-
-bool CHSVAToColor::Init()
-{
-    m_updateOnce = false;
-    m_hue = GetInPort<CPortFloat>("Hue");
-    m_saturation = GetInPort<CPortFloat>("Saturation");
-    m_value = GetInPort<CPortFloat>("Value");
-    m_alpha = GetInPort<CPortFloat>("Alpha");
-    m_color = GetOutPort<CPortColor>("Color");
-    return m_hue && m_saturation && m_value && m_alpha && m_color;
+    return {"Converts a Hue, Saturation, Value and alpha component to a color",
+            EEvaluation::EveryPull,
+            {
+                In(&CHSVAToColor::m_hue, "Hue", "Hue in degrees", {0.0f, 1.0f, 0.0f, 360.0f}),
+                In(&CHSVAToColor::m_saturation, "Saturation", "Saturation", {0.0f, 0.01f, 0.0f, 1.0f}),
+                In(&CHSVAToColor::m_value, "Value", "Brightness", {1.0f, 0.01f, 0.0f, 1.0f}),
+                In(&CHSVAToColor::m_alpha, "Alpha", "Opacity", {1.0f, 0.01f, 0.0f, 1.0f}),
+                Out(&CHSVAToColor::m_color, "Color", "The colour", {{1, 1, 1, 1}}),
+            }};
 }
 
 void CHSVAToColor::Update(float time, CSceneContext*)

@@ -10,10 +10,11 @@ class CPortFloat;
 class CHSVAToColor : public CNode
 {
 public:
-    bool Init() override;
     void Update(float time, CSceneContext* context) override;
 
 private:
+    friend CNodeDeclaration DeclareNode<CHSVAToColor>();
+
     CPortFloat* m_hue = nullptr;
     CPortFloat* m_saturation = nullptr;
     CPortFloat* m_value = nullptr;

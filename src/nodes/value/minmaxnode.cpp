@@ -1,36 +1,12 @@
 #include "nodes/value/minmaxnode.h"
 
 #include "app/random.h"
-#include "ports/types/portfloat.h"
-#include "ports/types/portint.h"
 #include "scene/nodedeclaration.h"
-#include "scene/nodeinfo.h"
 #include "scene/scenecontext.h"
 
 #include <cmath>
 
 namespace {
-
-std::unique_ptr<CNodeInfo> DeclareMinMaxNode()
-{
-    auto info = std::make_unique<CNodeInfo>(NG_Values, "MinMax", [] { return static_cast<CNode*>(new CMinMaxNode); });
-    info->m_desc = "Interpolates a float value using delay times. Doesn't handle \"local\" evaluators";
-    info->AddInPort(std::make_unique<CPortFloat>("Min", "Lowest allowed value", 0.0f, 1.0f, -100000.0f, 100000.0f));
-    info->AddInPort(std::make_unique<CPortFloat>("Max", "Highest allowed value", 1.0f, 1.0f, -100000.0f, 100000.0f));
-    info->AddInPort(std::make_unique<CPortInt>("Mode", "How the next target value is chosen", 1, 0, 4));
-    info->AddInPort(std::make_unique<CPortFloat>("DelayMin", "Lowest delay between two moves, seconds", 0.0f, 1.0f,
-                                                 0.0f, 100000.0f));
-    info->AddInPort(std::make_unique<CPortFloat>("DelayMax", "Highest delay between two moves, seconds", 0.0f, 1.0f,
-                                                 0.0f, 100000.0f));
-    info->AddInPort(std::make_unique<CPortInt>("DelayMode", "How the next delay is chosen", 1, 0, 4));
-    info->AddInPort(std::make_unique<CPortFloat>("ITimeMin", "Lowest interpolation time, seconds", 3.0f, 1.0f, 0.0f,
-                                                 100000.0f));
-    info->AddInPort(std::make_unique<CPortFloat>("ITimeMax", "Highest interpolation time, seconds", 20.0f, 1.0f, 0.0f,
-                                                 100000.0f));
-    info->AddInPort(std::make_unique<CPortInt>("ITimeMode", "How the next interpolation time is chosen", 1, 0, 4));
-    info->AddOutPort(std::make_unique<CPortFloat>("Value", "The value", 0.0f, 0.01f, 0.0f, 1.0f));
-    return info;
-}
 
 // The modes of choosing the next value.
 constexpr int Stay = 0;
@@ -44,23 +20,23 @@ constexpr int FallingRamp = 4;
 template <>
 CNodeDeclaration DeclareNode<CMinMaxNode>()
 {
-    return CNodeDeclaration(DeclareMinMaxNode());
-}
-
-bool CMinMaxNode::Init()
-{
-    m_min = GetInPort<CPortFloat>("Min");
-    m_max = GetInPort<CPortFloat>("Max");
-    m_mode = GetInPort<CPortInt>("Mode");
-    m_delayMin = GetInPort<CPortFloat>("DelayMin");
-    m_delayMax = GetInPort<CPortFloat>("DelayMax");
-    m_delayMode = GetInPort<CPortInt>("DelayMode");
-    m_iTimeMin = GetInPort<CPortFloat>("ITimeMin");
-    m_iTimeMax = GetInPort<CPortFloat>("ITimeMax");
-    m_iTimeMode = GetInPort<CPortInt>("ITimeMode");
-    m_value = GetOutPort<CPortFloat>("Value");
-    return m_min && m_max && m_mode && m_delayMin && m_delayMax && m_delayMode && m_iTimeMin && m_iTimeMax &&
-           m_iTimeMode && m_value;
+    return {"Interpolates a float value using delay times. Doesn't handle \"local\" evaluators",
+            {
+                In(&CMinMaxNode::m_min, "Min", "Lowest allowed value", {0.0f, 1.0f, -100000.0f, 100000.0f}),
+                In(&CMinMaxNode::m_max, "Max", "Highest allowed value", {1.0f, 1.0f, -100000.0f, 100000.0f}),
+                In(&CMinMaxNode::m_mode, "Mode", "How the next target value is chosen", {1, 0, 4}),
+                In(&CMinMaxNode::m_delayMin, "DelayMin", "Lowest delay between two moves, seconds",
+                   {0.0f, 1.0f, 0.0f, 100000.0f}),
+                In(&CMinMaxNode::m_delayMax, "DelayMax", "Highest delay between two moves, seconds",
+                   {0.0f, 1.0f, 0.0f, 100000.0f}),
+                In(&CMinMaxNode::m_delayMode, "DelayMode", "How the next delay is chosen", {1, 0, 4}),
+                In(&CMinMaxNode::m_iTimeMin, "ITimeMin", "Lowest interpolation time, seconds",
+                   {3.0f, 1.0f, 0.0f, 100000.0f}),
+                In(&CMinMaxNode::m_iTimeMax, "ITimeMax", "Highest interpolation time, seconds",
+                   {20.0f, 1.0f, 0.0f, 100000.0f}),
+                In(&CMinMaxNode::m_iTimeMode, "ITimeMode", "How the next interpolation time is chosen", {1, 0, 4}),
+                Out(&CMinMaxNode::m_value, "Value", "The value", {0.0f, 0.01f, 0.0f, 1.0f}),
+            }};
 }
 
 float CMinMaxNode::Read(CPortFloat* port)

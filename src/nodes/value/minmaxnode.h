@@ -11,10 +11,11 @@ class CPortInt;
 class CMinMaxNode : public CNode
 {
 public:
-    bool Init() override;
     void Update(float time, CSceneContext* context) override;
 
 private:
+    friend CNodeDeclaration DeclareNode<CMinMaxNode>();
+
     enum class EPhase { Interpolating = 1, Waiting = 2 };
 
     // A port's value, updated with the node's timer at the moment it is needed.

@@ -2,6 +2,8 @@
 
 #include "scene/node.h"
 
+#include <array>
+
 class CPortColor;
 class CPortFloat;
 
@@ -9,10 +11,11 @@ class CPortFloat;
 class CRGBAToColor : public CNode
 {
 public:
-    bool Init() override;
     void Update(float time, CSceneContext* context) override;
 
 private:
-    CPortFloat* m_components[4] = {};
+    friend CNodeDeclaration DeclareNode<CRGBAToColor>();
+
+    std::array<CPortFloat*, 4> m_components{};
     CPortColor* m_color = nullptr;
 };

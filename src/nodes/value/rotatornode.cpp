@@ -2,55 +2,23 @@
 
 #include "ports/types/portfloat.h"
 #include "scene/nodedeclaration.h"
-#include "scene/nodeinfo.h"
 #include "scene/scenecontext.h"
 
 #include <cmath>
-#include <string>
-
-namespace {
-
-constexpr const char* Axes[] = {"X", "Y", "Z"};
-
-std::unique_ptr<CNodeInfo> DeclareRotatorNode()
-{
-    auto info =
-        std::make_unique<CNodeInfo>(NG_Values, "Rotator", [] { return static_cast<CNode*>(new CRotatorNode); });
-    info->m_desc = "Computes rotation values";
-    for (const char* axis : Axes) {
-        info->AddInPort(std::make_unique<CPortFloat>(std::string("StartRot") + axis,
-                                                     "Added to the angle, in degrees", 0.0f, 1.0f, -1000.0f, 1000.0f));
-    }
-    const float speeds[] = {0.1f, 0.5f, 0.25f};
-    for (int i = 0; i < 3; ++i) {
-        info->AddInPort(std::make_unique<CPortFloat>(std::string("RotSpeed") + Axes[i], "Rotations a minute",
-                                                     speeds[i], 1.0f, -1000.0f, 1000.0f));
-    }
-    for (const char* axis : Axes) {
-        info->AddOutPort(
-            std::make_unique<CPortFloat>(std::string("Rot") + axis, "Angle in degrees", 0.0f, 0.01f, 0.0f, 1.0f));
-    }
-    return info;
-}
-
-} // namespace
 
 template <>
 CNodeDeclaration DeclareNode<CRotatorNode>()
 {
-    return CNodeDeclaration(DeclareRotatorNode());
-}
-
-bool CRotatorNode::Init()
-{
-    m_updateOnce = false;
-    bool found = true;
-    for (int i = 0; i < 3; ++i) {
-        found &= (m_start[i] = GetInPort<CPortFloat>(std::string("StartRot") + Axes[i])) != nullptr;
-        found &= (m_speed[i] = GetInPort<CPortFloat>(std::string("RotSpeed") + Axes[i])) != nullptr;
-        found &= (m_rot[i] = GetOutPort<CPortFloat>(std::string("Rot") + Axes[i])) != nullptr;
-    }
-    return found;
+    return {"Computes rotation values",
+            EEvaluation::EveryPull,
+            {
+                InEach(&CRotatorNode::m_start, "StartRot", "XYZ", "Added to the angle, in degrees",
+                       {0.0f, 1.0f, -1000.0f, 1000.0f}),
+                In(&CRotatorNode::m_speed, 0, "RotSpeedX", "Rotations a minute", {0.1f, 1.0f, -1000.0f, 1000.0f}),
+                In(&CRotatorNode::m_speed, 1, "RotSpeedY", "Rotations a minute", {0.5f, 1.0f, -1000.0f, 1000.0f}),
+                In(&CRotatorNode::m_speed, 2, "RotSpeedZ", "Rotations a minute", {0.25f, 1.0f, -1000.0f, 1000.0f}),
+                OutEach(&CRotatorNode::m_rot, "Rot", "XYZ", "Angle in degrees", {0.0f, 0.01f, 0.0f, 1.0f}),
+            }};
 }
 
 void CRotatorNode::Update(float time, CSceneContext* context)

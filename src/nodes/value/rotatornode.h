@@ -2,6 +2,8 @@
 
 #include "scene/node.h"
 
+#include <array>
+
 class CPortFloat;
 
 // Three angles in degrees that turn at a speed given in rotations a minute.
@@ -10,12 +12,13 @@ class CPortFloat;
 class CRotatorNode : public CNode
 {
 public:
-    bool Init() override;
     void Update(float time, CSceneContext* context) override;
 
 private:
-    CPortFloat* m_start[3] = {};
-    CPortFloat* m_speed[3] = {};
-    CPortFloat* m_rot[3] = {};
+    friend CNodeDeclaration DeclareNode<CRotatorNode>();
+
+    std::array<CPortFloat*, 3> m_start{};
+    std::array<CPortFloat*, 3> m_speed{};
+    std::array<CPortFloat*, 3> m_rot{};
     float m_angle[3] = {};
 };

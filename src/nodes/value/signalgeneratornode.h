@@ -11,10 +11,11 @@ class CPortInt;
 class CSignalGeneratorNode : public CNode
 {
 public:
-    bool Init() override;
     void Update(float time, CSceneContext* context) override;
 
 private:
+    friend CNodeDeclaration DeclareNode<CSignalGeneratorNode>();
+
     CPortInt* m_waveformType = nullptr;
     CPortFloat* m_frequency = nullptr;
     CPortFloat* m_phase = nullptr;

@@ -2,32 +2,16 @@
 
 #include "ports/types/portfloat.h"
 #include "scene/nodedeclaration.h"
-#include "scene/nodeinfo.h"
 #include "sound/soundanalyzer.h"
-
-namespace {
-
-std::unique_ptr<CNodeInfo> DeclareSpectrumNode()
-{
-    auto info =
-        std::make_unique<CNodeInfo>(NG_Sound, "Spectrum", [] { return static_cast<CNode*>(new CSpectrumNode); });
-    info->m_desc = "The current music as a spectrum";
-    SChannelPorts::Declare(*info);
-    return info;
-}
-
-} // namespace
 
 template <>
 CNodeDeclaration DeclareNode<CSpectrumNode>()
 {
-    return CNodeDeclaration(DeclareSpectrumNode());
-}
-
-bool CSpectrumNode::Init()
-{
-    m_updateOnce = false;
-    return m_ports.Bind(*this);
+    return {
+        "The current music as a spectrum",
+        EEvaluation::EveryPull,
+        {Within(&CSpectrumNode::m_ports, SChannelPorts::Ports())},
+    };
 }
 
 void CSpectrumNode::Update(float time, CSceneContext*)

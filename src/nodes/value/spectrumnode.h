@@ -9,9 +9,10 @@
 class CSpectrumNode : public CNode
 {
 public:
-    bool Init() override;
     void Update(float time, CSceneContext* context) override;
 
 private:
+    friend CNodeDeclaration DeclareNode<CSpectrumNode>();
+
     SChannelPorts m_ports;
 };

@@ -2,6 +2,8 @@
 
 #include "scene/node.h"
 
+#include <array>
+
 class CPortFloat;
 class CPortVector;
 
@@ -9,10 +11,11 @@ class CPortVector;
 class CVectorNode : public CNode
 {
 public:
-    bool Init() override;
     void Update(float time, CSceneContext* context) override;
 
 private:
-    CPortFloat* m_components[3] = {};
+    friend CNodeDeclaration DeclareNode<CVectorNode>();
+
+    std::array<CPortFloat*, 3> m_components{};
     CPortVector* m_vector = nullptr;
 };

@@ -2,40 +2,22 @@
 
 #include "ports/types/portfloat.h"
 #include "scene/nodedeclaration.h"
-#include "scene/nodeinfo.h"
 #include "sound/soundanalyzer.h"
 
 #include <cmath>
 
-namespace {
-
-std::unique_ptr<CNodeInfo> DeclareWaveformNode()
-{
-    auto info =
-        std::make_unique<CNodeInfo>(NG_Sound, "Waveform", [] { return static_cast<CNode*>(new CWaveformNode); });
-    info->m_desc = "The waveform of the music in the range -1.0 to 1.0";
-    SChannelPorts::Declare(*info);
-    info->AddOutPort(std::make_unique<CPortFloat>("AvgLeftChannel", "The left channel's average value", 0.0f, 0.01f,
-                                                  0.0f, 1.0f));
-    info->AddOutPort(std::make_unique<CPortFloat>("AvgRightChannel", "The right channel's average value", 0.0f, 0.01f,
-                                                  0.0f, 1.0f));
-    return info;
-}
-
-} // namespace
-
 template <>
 CNodeDeclaration DeclareNode<CWaveformNode>()
 {
-    return CNodeDeclaration(DeclareWaveformNode());
-}
-
-bool CWaveformNode::Init()
-{
-    m_updateOnce = false;
-    m_avgLeft = GetOutPort<CPortFloat>("AvgLeftChannel");
-    m_avgRight = GetOutPort<CPortFloat>("AvgRightChannel");
-    return m_ports.Bind(*this) && m_avgLeft && m_avgRight;
+    return {"The waveform of the music in the range -1.0 to 1.0",
+            EEvaluation::EveryPull,
+            {
+                Within(&CWaveformNode::m_ports, SChannelPorts::Ports()),
+                Out(&CWaveformNode::m_avgLeft, "AvgLeftChannel", "The left channel's average value",
+                    {0.0f, 0.01f, 0.0f, 1.0f}),
+                Out(&CWaveformNode::m_avgRight, "AvgRightChannel", "The right channel's average value",
+                    {0.0f, 0.01f, 0.0f, 1.0f}),
+            }};
 }
 
 void CWaveformNode::UpdateAverages()

@@ -12,10 +12,11 @@ class CSoundAnalyzer;
 class CWaveformNode : public CNode
 {
 public:
-    bool Init() override;
     void Update(float time, CSceneContext* context) override;
 
 private:
+    friend CNodeDeclaration DeclareNode<CWaveformNode>();
+
     // The mean level of each channel of the analyser's present block.
     void UpdateAverages();
 
