@@ -10,12 +10,13 @@ class CPortRender;
 class CClearNode : public CNode, public CPDRender
 {
 public:
-    bool Init() override;
     void Update(float time, CSceneContext* context) override;
     void BuildRenderList(CRenderList* list, CRenderItemList* parents, CCamera* camera) override;
     void Render(CRender* render) override;
 
 private:
+    friend CNodeDeclaration DeclareNode<CClearNode>();
+
     CPortRender* m_renderOut = nullptr;
     CPortColor* m_color = nullptr;
 };

@@ -1,50 +1,22 @@
 #include "nodes/render/renderobjectnode.h"
 
-#include "ports/types/dataports.h"
-#include "ports/types/portcolor.h"
-#include "ports/types/portvector.h"
 #include "render/render.h"
 #include "scene/nodedeclaration.h"
-#include "scene/nodeinfo.h"
-
-namespace {
-
-std::unique_ptr<CNodeInfo> DeclareRenderObjectNode()
-{
-    auto info = std::make_unique<CNodeInfo>(NG_RenderChain, "RenderObject",
-                                            [] { return static_cast<CNode*>(new CRenderObjectNode); });
-    info->m_desc = "Renders a single object at a location";
-    info->AddInPort(std::make_unique<CPortRender>("Render", "Previous step of the render chain"));
-    info->AddInPort(std::make_unique<CPortObject>("Object", "The object to draw"));
-    info->AddInPort(std::make_unique<CPortColor>("Col", "Colour the object is tinted with", CPortColor::Rgba{1, 1, 1, 1},
-                                                 CPortColor::Rgba{0, 0, 0, 0}, CPortColor::Rgba{1, 1, 1, 1}));
-    info->AddInPort(CPortVector::Make("Pos", "Position", {0, 0, 0}, 0.1f, 10000.0f));
-    info->AddInPort(CPortVector::Make("Rot", "Rotation in degrees", {0, 0, 0}, 0.1f, 10000.0f));
-    info->AddInPort(CPortVector::Make("Scale", "Size along each axis", {1, 1, 1}, 0.01f, 10000.0f));
-    info->AddOutPort(std::make_unique<CPortRender>("Render", "This step of the render chain"));
-    return info;
-}
-
-} // namespace
 
 template <>
 CNodeDeclaration DeclareNode<CRenderObjectNode>()
 {
-    return CNodeDeclaration(DeclareRenderObjectNode());
-}
-
-bool CRenderObjectNode::Init()
-{
-    // Evaluated on every pull, so a "(Local)" reader sees it per element.
-    m_updateOnce = false;
-    m_renderIn = GetInPort<CPortRender>("Render");
-    m_object = GetInPort<CPortObject>("Object");
-    m_col = GetInPort<CPortColor>("Col");
-    m_pos = GetInPort<CPortVector>("Pos");
-    m_rot = GetInPort<CPortVector>("Rot");
-    m_scale = GetInPort<CPortVector>("Scale");
-    m_renderOut = GetOutPort<CPortRender>("Render");
-    return m_renderIn && m_object && m_col && m_pos && m_rot && m_scale && m_renderOut;
+    return {"Renders a single object at a location",
+            EEvaluation::EveryPull,
+            {
+                In(&CRenderObjectNode::m_renderIn, "Render", "Previous step of the render chain"),
+                In(&CRenderObjectNode::m_object, "Object", "The object to draw"),
+                In(&CRenderObjectNode::m_col, "Col", "Colour the object is tinted with", {{1, 1, 1, 1}}),
+                In(&CRenderObjectNode::m_pos, "Pos", "Position", {{0, 0, 0}, 0.1f, 10000.0f}),
+                In(&CRenderObjectNode::m_rot, "Rot", "Rotation in degrees", {{0, 0, 0}, 0.1f, 10000.0f}),
+                In(&CRenderObjectNode::m_scale, "Scale", "Size along each axis", {{1, 1, 1}, 0.01f, 10000.0f}),
+                Out(&CRenderObjectNode::m_renderOut, "Render", "This step of the render chain"),
+            }};
 }
 
 void CRenderObjectNode::Update(float time, CSceneContext*)

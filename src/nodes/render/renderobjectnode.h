@@ -14,7 +14,6 @@ class CPortVector;
 class CRenderObjectNode : public CNode, public CPDRender
 {
 public:
-    bool Init() override;
     void Update(float time, CSceneContext* context) override;
     void BuildRenderList(CRenderList* list, CRenderItemList* parents, CCamera* camera) override;
     void Render(CRender* render) override;
@@ -22,6 +21,8 @@ public:
     CRenderList m_list;
 
 private:
+    friend CNodeDeclaration DeclareNode<CRenderObjectNode>();
+
     CPortRender* m_renderIn = nullptr;
     CPortObject* m_object = nullptr;
     CPortColor* m_col = nullptr;

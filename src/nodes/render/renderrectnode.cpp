@@ -2,32 +2,16 @@
 
 #include "app/check.h"
 #include "app/log.h"
-#include "ports/types/dataports.h"
-#include "ports/types/portint.h"
 #include "render/matrix.h"
 #include "render/render.h"
 #include "scene/effectpasses.h"
 #include "scene/nodedeclaration.h"
-#include "scene/nodeinfo.h"
 #include "scene/renderlist.h"
 
 #include <cmath>
 #include <cstring>
 
 namespace {
-
-std::unique_ptr<CNodeInfo> DeclareRenderRectNode()
-{
-    auto info = std::make_unique<CNodeInfo>(NG_RenderChain, "RenderRect",
-                                            [] { return static_cast<CNode*>(new CRenderRectNode); });
-    info->m_desc = "Renders a rectangle that covers the whole screen";
-    info->AddInPort(std::make_unique<CPortRender>("Render", "Previous step of the render chain"));
-    info->AddInPort(std::make_unique<CPortInt>("TesselateW", "Columns of quads the rectangle is made of", 1, 1, 100000));
-    info->AddInPort(std::make_unique<CPortInt>("TesselateH", "Rows of quads the rectangle is made of", 1, 1, 100000));
-    info->AddInPort(std::make_unique<CPortEffect>("Effect", "Effect the rectangle is drawn with"));
-    info->AddOutPort(std::make_unique<CPortRender>("Render", "This step of the render chain"));
-    return info;
-}
 
 template <class TIndex>
 void FillIndices(void* memory, int width, int height)
@@ -56,7 +40,16 @@ void FillIndices(void* memory, int width, int height)
 template <>
 CNodeDeclaration DeclareNode<CRenderRectNode>()
 {
-    return CNodeDeclaration(DeclareRenderRectNode());
+    return {
+        "Renders a rectangle that covers the whole screen",
+        {
+            In(&CRenderRectNode::m_renderIn, "Render", "Previous step of the render chain"),
+            In(&CRenderRectNode::m_tesselateW, "TesselateW", "Columns of quads the rectangle is made of",
+               {1, 1, 100000}),
+            In(&CRenderRectNode::m_tesselateH, "TesselateH", "Rows of quads the rectangle is made of", {1, 1, 100000}),
+            In(&CRenderRectNode::m_effect, "Effect", "Effect the rectangle is drawn with"),
+            Out(&CRenderRectNode::m_renderOut, "Render", "This step of the render chain"),
+        }};
 }
 
 CRenderRectNode::~CRenderRectNode()
@@ -64,16 +57,6 @@ CRenderRectNode::~CRenderRectNode()
     // A node deleted without InvalidateDevice still gives its buffers back.
     for (SDeviceObjects& objects : dObjs)
         ReleaseBuffers(objects);
-}
-
-bool CRenderRectNode::Init()
-{
-    m_renderIn = GetInPort<CPortRender>("Render");
-    m_tesselateW = GetInPort<CPortInt>("TesselateW");
-    m_tesselateH = GetInPort<CPortInt>("TesselateH");
-    m_effect = GetInPort<CPortEffect>("Effect");
-    m_renderOut = GetOutPort<CPortRender>("Render");
-    return m_renderIn && m_tesselateW && m_tesselateH && m_effect && m_renderOut;
 }
 
 void CRenderRectNode::Update(float time, CSceneContext*)

@@ -18,7 +18,6 @@ class CRenderRectNode : public CNode, public CPDRender
 {
 public:
     ~CRenderRectNode() override;
-    bool Init() override;
     void Update(float time, CSceneContext* context) override;
     bool RestoreDevice(CRender* render) override;
     void InvalidateDevice(CRender* render) override;
@@ -41,6 +40,8 @@ public:
     std::array<SDeviceObjects, 1> dObjs;
 
 private:
+    friend CNodeDeclaration DeclareNode<CRenderRectNode>();
+
     void ReleaseBuffers(SDeviceObjects& objects);
     static bool FillVertices(CVertexBuffer* buffer, long W, long H, bool upsideDown);
 

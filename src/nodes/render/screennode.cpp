@@ -1,63 +1,37 @@
 #include "nodes/render/screennode.h"
 
-#include "ports/types/dataports.h"
-#include "ports/types/portbool.h"
-#include "ports/types/portfloat.h"
-#include "ports/types/portrect.h"
-#include "ports/types/portvector.h"
 #include "render/render.h"
 #include "scene/nodedeclaration.h"
-#include "scene/nodeinfo.h"
 #include "scene/renderlist.h"
 #include "scene/scenecontext.h"
-
-namespace {
-
-std::unique_ptr<CNodeInfo> DeclareScreenNode()
-{
-    auto info = std::make_unique<CNodeInfo>(NG_RenderChain, "Screen", [] { return static_cast<CNode*>(new CScreenNode); });
-    info->m_desc = "A part of the screen that we should render everything to";
-    info->AddInPort(std::make_unique<CPortRender>("Render", "Previous step of the render chain"));
-    info->AddInPort(std::make_unique<CPortRect>("Viewport", "Part of the target drawn to, as fractions of it",
-                                                CPortRect::Ltrb{0, 0, 1, 1}, CPortRect::Ltrb{0.01f, 0.01f, 0.02f, 0.02f},
-                                                CPortRect::Ltrb{0, 0, 0, 0}, CPortRect::Ltrb{1, 1, 2, 2}));
-    info->AddInPort(CPortVector::Make("CamPos", "Camera position", {0, 0, -2}, 0.1f, 10000.0f));
-    info->AddInPort(CPortVector::Make("CamRot", "Camera rotation in degrees", {0, 0, 0}, 0.1f, 10000.0f));
-    info->AddInPort(std::make_unique<CPortFloat>("CamFov", "Vertical field of view in degrees", 45.0f, 1.0f, 0.1f, 179.0f));
-    info->AddInPort(std::make_unique<CPortFloat>("CamNear", "Near clipping distance", 0.1f, 1.0f, 0.01f, 100000.0f));
-    info->AddInPort(std::make_unique<CPortFloat>("CamFar", "Far clipping distance", 1000.0f, 1.0f, 0.01f, 100000.0f));
-    info->AddInPort(std::make_unique<CPortBool>(
-        "ScaleByAspect", "Adjust the size of any rendered objects depending on the aspect of the screen.", false));
-    info->AddOutPort(std::make_unique<CPortRender>("Render", "This step of the render chain"));
-    return info;
-}
-
-} // namespace
 
 template <>
 CNodeDeclaration DeclareNode<CScreenNode>()
 {
-    return CNodeDeclaration(DeclareScreenNode());
+    return {"A part of the screen that we should render everything to",
+            {
+                In(&CScreenNode::m_renderIn, "Render", "Previous step of the render chain"),
+                In(&CScreenNode::m_viewport, "Viewport", "Part of the target drawn to, as fractions of it",
+                   {{0, 0, 1, 1}, {0.01f, 0.01f, 0.02f, 0.02f}, {0, 0, 0, 0}, {1, 1, 2, 2}}),
+                In(&CScreenNode::m_camPos, "CamPos", "Camera position", {{0, 0, -2}, 0.1f, 10000.0f}),
+                In(&CScreenNode::m_camRot, "CamRot", "Camera rotation in degrees", {{0, 0, 0}, 0.1f, 10000.0f}),
+                In(&CScreenNode::m_camFov, "CamFov", "Vertical field of view in degrees", {45.0f, 1.0f, 0.1f, 179.0f}),
+                In(&CScreenNode::m_camNear, "CamNear", "Near clipping distance", {0.1f, 1.0f, 0.01f, 100000.0f}),
+                In(&CScreenNode::m_camFar, "CamFar", "Far clipping distance", {1000.0f, 1.0f, 0.01f, 100000.0f}),
+                In(&CScreenNode::m_scaleByAspect, "ScaleByAspect",
+                   "Adjust the size of any rendered objects depending on the aspect of the screen.", false),
+                Out(&CScreenNode::m_renderOut, "Render", "This step of the render chain"),
+            }};
 }
 
 bool CScreenNode::Init()
 {
-    m_renderIn = GetInPort<CPortRender>("Render");
-    m_viewport = GetInPort<CPortRect>("Viewport");
-    m_camPos = GetInPort<CPortVector>("CamPos");
-    m_camRot = GetInPort<CPortVector>("CamRot");
-    m_camFov = GetInPort<CPortFloat>("CamFov");
-    m_camNear = GetInPort<CPortFloat>("CamNear");
-    m_camFar = GetInPort<CPortFloat>("CamFar");
-    m_scaleByAspect = GetInPort<CPortBool>("ScaleByAspect");
-    m_renderOut = GetOutPort<CPortRender>("Render");
     m_camera.LookAt({0, 0, 0}, {0, 0, 1}, {0, 1, 0});
     m_camera.m_fov = 45.0f;
     m_camera.m_near = 0.1f;
     m_camera.m_far = 1000.0f;
     m_camera.m_projection = CCamera::Perspective;
-    return m_renderIn && m_viewport && m_camPos && m_camRot && m_camFov && m_camNear && m_camFar && m_scaleByAspect &&
-           m_renderOut;
+    return true;
 }
 
 void CScreenNode::Update(float time, CSceneContext* context)

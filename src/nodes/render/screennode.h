@@ -23,6 +23,8 @@ public:
     CCamera m_camera;
 
 private:
+    friend CNodeDeclaration DeclareNode<CScreenNode>();
+
     CPortRender* m_renderIn = nullptr;
     CPortRect* m_viewport = nullptr;
     CPortVector* m_camPos = nullptr;

@@ -1,12 +1,6 @@
 #include "nodes/render/shadernode.h"
 
 #include "app/random.h"
-#include "ports/types/dataports.h"
-#include "ports/types/portbool.h"
-#include "ports/types/portcolor.h"
-#include "ports/types/portint.h"
-#include "ports/types/portstring.h"
-#include "ports/types/portvector.h"
 #include "render/camera.h"
 #include "render/fxmanager.h"
 #include "render/noisetextures.h"
@@ -14,7 +8,6 @@
 #include "render/texture.h"
 #include "scene/effecttext.h"
 #include "scene/nodedeclaration.h"
-#include "scene/nodeinfo.h"
 #include "scene/pdtexture.h"
 #include "scene/scenecontext.h"
 
@@ -108,59 +101,43 @@ constexpr const char* kParamNames[] = {
 
 constexpr const char* kTextureNames[] = {"tex1", "tex2", "tex3"};
 
-constexpr const char* kBlendNames[] = {
-    "Zero",        "One",         "Source Color",         "Destination Color",         "Inverse Source Color",
-    "Inverse Destination Color", "Source Alpha", "Destination Alpha", "Inverse Source Alpha",
-    "Inverse Destination Alpha", "Source Alpha Saturate",
-};
-
-std::unique_ptr<CNodeInfo> DeclareShaderNode()
-{
-    auto info = std::make_unique<CNodeInfo>(NG_Effects, "Shader", [] { return static_cast<CNode*>(new CShaderNode); });
-    info->m_desc = "A customer cgfx shader";
-    info->AddInPort(std::make_unique<CPortBool>("DepthTest", "Test any written values against the depth buffer", true));
-    info->AddInPort(
-        std::make_unique<CPortBool>("DepthWrite", "Write to the depth buffer when rendering new objects", true));
-    auto src = std::make_unique<CPortInt>("SrcBlend", "Source blend mode", 1, 0, 11);
-    auto dst = std::make_unique<CPortInt>("DstBlend", "Destination blend mode", 0, 0, 11);
-    for (int i = 0; i < int(std::size(kBlendNames)); ++i) {
-        src->AddValue(i, kBlendNames[i]);
-        dst->AddValue(i, kBlendNames[i]);
-    }
-    info->AddInPort(std::move(src));
-    info->AddInPort(std::move(dst));
-    auto cull = std::make_unique<CPortInt>("CullMode", "Cull mode", 2, 0, 2);
-    cull->AddValue(0, "None");
-    cull->AddValue(1, "Cull forward facing polygons");
-    cull->AddValue(2, "Cull backward facing polygons");
-    info->AddInPort(std::move(cull));
-    for (const char* name : {"In1", "In2", "In3"}) {
-        const std::string desc = std::string("Input vector ") + name[2];
-        info->AddInPort(CPortVector::Make(name, desc, {0, 0, 0}, 0.001f, 10000.0f));
-    }
-    for (const char* name : {"Color1", "Color2"}) {
-        const std::string desc = std::string("Input color ") + name[5];
-        info->AddInPort(std::make_unique<CPortColor>(name, desc, CPortColor::Rgba{1, 1, 1, 1},
-                                                     CPortColor::Rgba{0, 0, 0, 0}, CPortColor::Rgba{1, 1, 1, 1}));
-    }
-    info->AddInPort(std::make_unique<CPortString>("Shader", kShaderDescription, kDefaultFragment));
-    info->AddInPort(std::make_unique<CPortInt>("RandomSeed", "Random seed to be used by the rand() and srand() functions",
-                                               1, 1, 100000));
-    info->AddInPort(std::make_unique<CPortString>("Expression", kExpressionDescription, ""));
-    for (const char* name : {"Texture1", "Texture2", "Texture3"}) {
-        const std::string desc = std::string("Texture ") + name[7];
-        info->AddInPort(std::make_unique<CPortTexture>(name, desc));
-    }
-    info->AddOutPort(std::make_unique<CPortEffect>("Effect", "Effect"));
-    return info;
-}
-
 } // namespace
 
 template <>
 CNodeDeclaration DeclareNode<CShaderNode>()
 {
-    return CNodeDeclaration(DeclareShaderNode());
+    const std::vector<SChoice> blends = {
+        {0, "Zero"},
+        {1, "One"},
+        {2, "Source Color"},
+        {3, "Destination Color"},
+        {4, "Inverse Source Color"},
+        {5, "Inverse Destination Color"},
+        {6, "Source Alpha"},
+        {7, "Destination Alpha"},
+        {8, "Inverse Source Alpha"},
+        {9, "Inverse Destination Alpha"},
+        {10, "Source Alpha Saturate"},
+    };
+    const std::vector<SChoice> cullModes = {
+        {0, "None"}, {1, "Cull forward facing polygons"}, {2, "Cull backward facing polygons"}};
+    return {
+        "A customer cgfx shader",
+        {
+            In(&CShaderNode::m_depthTest, "DepthTest", "Test any written values against the depth buffer", true),
+            In(&CShaderNode::m_depthWrite, "DepthWrite", "Write to the depth buffer when rendering new objects", true),
+            In(&CShaderNode::m_srcBlend, "SrcBlend", "Source blend mode", {1, 0, 11, blends}),
+            In(&CShaderNode::m_dstBlend, "DstBlend", "Destination blend mode", {0, 0, 11, blends}),
+            In(&CShaderNode::m_cullMode, "CullMode", "Cull mode", {2, 0, 2, cullModes}),
+            InEach(&CShaderNode::m_vectorPorts, "In", "123", "Input vector #", {{0, 0, 0}, 0.001f, 10000.0f}),
+            InEach(&CShaderNode::m_colorPorts, "Color", "12", "Input color #", {{1, 1, 1, 1}}),
+            In(&CShaderNode::m_shader, "Shader", kShaderDescription, kDefaultFragment),
+            In(&CShaderNode::m_randomSeed, "RandomSeed", "Random seed to be used by the rand() and srand() functions",
+               {1, 1, 100000}),
+            In(&CShaderNode::m_expression, "Expression", kExpressionDescription, ""),
+            InEach(&CShaderNode::m_texturePorts, "Texture", "123", "Texture #"),
+            Out(&CShaderNode::m_effect, "Effect", "Effect"),
+        }};
 }
 
 CShaderNode::~CShaderNode()
@@ -180,24 +157,7 @@ bool CShaderNode::Init()
         m_expressionContext.AddVariable(names[i], &m_variables[size_t(i)], 0.0);
     m_expressionContext.AddVariable(names[V_PermRand], &m_variables[V_PermRand], g_random.NextUnit());
     m_expressionContext.BindLists();
-
-    m_depthTest = GetInPort<CPortBool>("DepthTest");
-    m_depthWrite = GetInPort<CPortBool>("DepthWrite");
-    m_srcBlend = GetInPort<CPortInt>("SrcBlend");
-    m_dstBlend = GetInPort<CPortInt>("DstBlend");
-    m_cullMode = GetInPort<CPortInt>("CullMode");
-    bool found = m_depthTest && m_depthWrite && m_srcBlend && m_dstBlend && m_cullMode;
-    for (int i = 0; i < 3; ++i)
-        found &= (m_inPorts[size_t(i)] = GetInPort<CPortVector>("In" + std::to_string(i + 1))) != nullptr;
-    for (int i = 0; i < 2; ++i)
-        found &= (m_colorPorts[size_t(i)] = GetInPort<CPortColor>("Color" + std::to_string(i + 1))) != nullptr;
-    m_shader = GetInPort<CPortString>("Shader");
-    m_randomSeed = GetInPort<CPortInt>("RandomSeed");
-    m_expression = GetInPort<CPortString>("Expression");
-    for (int i = 0; i < NumTextures; ++i)
-        found &= (m_texturePorts[size_t(i)] = GetInPort<CPortTexture>("Texture" + std::to_string(i + 1))) != nullptr;
-    m_effect = GetOutPort<CPortEffect>("Effect");
-    return found && m_shader && m_randomSeed && m_expression && m_effect;
+    return true;
 }
 
 void CShaderNode::Update(float time, CSceneContext* context)
@@ -208,7 +168,7 @@ void CShaderNode::Update(float time, CSceneContext* context)
         m_expressionContext.Parse(m_expression->m_value);
 
     for (size_t i = 0; i < 3; ++i)
-        std::copy_n(m_inPorts[i]->m_value.begin(), 3, m_in[i]);
+        std::copy_n(m_vectorPorts[i]->m_value.begin(), 3, m_in[i]);
     for (size_t i = 0; i < 2; ++i)
         std::copy_n(m_colorPorts[i]->m_value.begin(), 4, m_colors[i]);
     m_time = context ? context->m_time : 0.0f;

@@ -48,6 +48,8 @@ public:
     static constexpr int NumTextures = 3;
 
 private:
+    friend CNodeDeclaration DeclareNode<CShaderNode>();
+
     std::string Compose(const std::string& fragment);
 
     CPortBool* m_depthTest = nullptr;
@@ -55,7 +57,7 @@ private:
     CPortInt* m_srcBlend = nullptr;
     CPortInt* m_dstBlend = nullptr;
     CPortInt* m_cullMode = nullptr;
-    std::array<CPortVector*, 3> m_inPorts{};
+    std::array<CPortVector*, 3> m_vectorPorts{};
     std::array<CPortColor*, 2> m_colorPorts{};
     CPortString* m_shader = nullptr;
     CPortInt* m_randomSeed = nullptr;
