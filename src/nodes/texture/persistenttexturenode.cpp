@@ -3,40 +3,21 @@
 #include "nodes/texture/publishtexture.h"
 #include "ports/types/dataports.h"
 #include "scene/nodedeclaration.h"
-#include "scene/nodeinfo.h"
 #include "scene/scenecontext.h"
-
-namespace {
-
-std::unique_ptr<CNodeInfo> DeclarePersistentTextureNode()
-{
-    auto info = std::make_unique<CNodeInfo>(NG_Textures, "PersistentTexture",
-                                            [] { return static_cast<CNode*>(new CPersistentTextureNode); });
-    info->m_desc = "Stores the sent in texture and allow the texture stored during the previous update to be used";
-    info->AddInPort(std::make_unique<CPortTexture>("Texture", "The texture to keep until the next frame"));
-    info->AddOutPort(std::make_unique<CPortTexture>("Texture", "The texture we got as input the previous frame"));
-    return info;
-}
-
-} // namespace
 
 template <>
 CNodeDeclaration DeclareNode<CPersistentTextureNode>()
 {
-    return CNodeDeclaration(DeclarePersistentTextureNode());
+    return {"Stores the sent in texture and allow the texture stored during the previous update to be used",
+            {
+                In(&CPersistentTextureNode::m_in, "Texture", "The texture to keep until the next frame"),
+                Out(&CPersistentTextureNode::m_out, "Texture", "The texture we got as input the previous frame"),
+            }};
 }
 
 std::shared_ptr<CTexture> CPTTexture::GetTexture(CRender*)
 {
     return m_texture;
-}
-
-bool CPersistentTextureNode::Init()
-{
-    m_in = GetInPort<CPortTexture>("Texture");
-    m_out = GetOutPort<CPortTexture>("Texture");
-    m_index = 0;
-    return m_in && m_out;
 }
 
 // A double buffer: this frame's input goes into the record at the index,

@@ -22,7 +22,6 @@ public:
 class CPersistentTextureNode : public CNode
 {
 public:
-    bool Init() override;
     void Update(float time, CSceneContext* context) override;
     void FrameFinished() override;
     void InvalidateDevice(CRender* render) override;
@@ -34,6 +33,8 @@ public:
     int m_index = 0;
 
 private:
+    friend CNodeDeclaration DeclareNode<CPersistentTextureNode>();
+
     CPortTexture* m_in = nullptr;
     CPortTexture* m_out = nullptr;
 };

@@ -4,28 +4,15 @@
 #include "nodes/texture/examplescene.h"
 #include "nodes/texture/publishtexture.h"
 #include "ports/types/dataports.h"
-#include "ports/types/portbool.h"
 #include "render/render.h"
 #include "render/rendertarget.h"
 #include "render/texture.h"
 #include "render/texturemanager.h"
 #include "scene/nodedeclaration.h"
-#include "scene/nodeinfo.h"
 #include "scene/scene.h"
 #include "scene/scenecontext.h"
 
 namespace {
-
-std::unique_ptr<CNodeInfo> DeclarePreviousLayerNode()
-{
-    auto info = std::make_unique<CNodeInfo>(NG_SceneLinks, "PreviousLayer",
-                                            [] { return static_cast<CNode*>(new CPreviousLayerNode); });
-    info->m_desc = "A texture that contains the previous rendered layer (Background and foreground layers combined). "
-                   "This node only works in postprocessing scenes";
-    info->AddInPort(std::make_unique<CPortBool>("CreateMipMaps", "Build the smaller levels of the texture", false));
-    info->AddOutPort(std::make_unique<CPortTexture>("Color", "The background and foreground layers combined"));
-    return info;
-}
 
 constexpr const char* kExampleScene = "[apppath]scenes/special/PostprocessingBackground.lmc";
 
@@ -43,7 +30,13 @@ std::shared_ptr<CRenderTarget> TakeTarget(CRender* render, const char* name)
 template <>
 CNodeDeclaration DeclareNode<CPreviousLayerNode>()
 {
-    return CNodeDeclaration(DeclarePreviousLayerNode());
+    return {
+        "A texture that contains the previous rendered layer (Background and foreground layers combined). "
+        "This node only works in postprocessing scenes",
+        {
+            In(&CPreviousLayerNode::m_createMipMaps, "CreateMipMaps", "Build the smaller levels of the texture", false),
+            Out(&CPreviousLayerNode::m_color, "Color", "The background and foreground layers combined"),
+        }};
 }
 
 CPreviousLayerNode::CPreviousLayerNode() = default;
@@ -52,12 +45,10 @@ CPreviousLayerNode::~CPreviousLayerNode() = default;
 
 bool CPreviousLayerNode::Init()
 {
-    m_createMipMaps = GetInPort<CPortBool>("CreateMipMaps");
-    m_color = GetOutPort<CPortTexture>("Color");
     // No layered scene feeds the node in a preview.
     if (g_runInfo.m_appType == 5)
         m_example = LoadExampleScene(kExampleScene);
-    return m_createMipMaps && m_color;
+    return true;
 }
 
 void CPreviousLayerNode::Update(float time, CSceneContext* context)

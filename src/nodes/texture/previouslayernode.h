@@ -34,6 +34,8 @@ public:
     void ReleaseCapture() override;
 
 private:
+    friend CNodeDeclaration DeclareNode<CPreviousLayerNode>();
+
     void BuildMipMaps(CTexture* texture) const;
 
     CPortBool* m_createMipMaps = nullptr;

@@ -3,16 +3,11 @@
 #include "app/log.h"
 #include "nodes/texture/publishtexture.h"
 #include "nodes/texture/sizesteps.h"
-#include "ports/types/dataports.h"
-#include "ports/types/portbool.h"
-#include "ports/types/portfloat.h"
-#include "ports/types/portint.h"
 #include "render/render.h"
 #include "render/rendertarget.h"
 #include "render/texture.h"
 #include "render/texturemanager.h"
 #include "scene/nodedeclaration.h"
-#include "scene/nodeinfo.h"
 #include "scene/effectpasses.h"
 #include "scene/scenecontext.h"
 
@@ -22,45 +17,6 @@
 namespace {
 
 constexpr int MaxCustomSize = 4096;
-
-void AddSizeSteps(CPortInt* port)
-{
-    port->AddValue(-1, "Custom size in pixels");
-    port->AddValue(0, "100% of render size");
-    port->AddValue(1, "50% of render size");
-    port->AddValue(2, "25% of render size");
-    port->AddValue(3, "12.5% of render size");
-    port->AddValue(4, "6.25% of render size");
-    port->AddValue(5, "3.125% of render size");
-}
-
-std::unique_ptr<CNodeInfo> DeclareRenderToTextureNode()
-{
-    auto info = std::make_unique<CNodeInfo>(NG_Textures, "RenderToTexture",
-                                            [] { return static_cast<CNode*>(new CRenderToTextureNode); });
-    info->m_desc = "Converts a render port to a texture port.";
-    CPortInt* format = info->AddInPort(std::make_unique<CPortInt>("Format", "Pixel format of the texture", 1, 1, 6));
-    format->AddValue(TF_A8R8G8B8, "RGBA 8bit");
-    format->AddValue(TF_A32R32G32B32F, "RGBA 32bit float");
-    format->AddValue(TF_A16R16G16B16F, "RGBA 16bit float");
-    format->AddValue(TF_R11G11B10F, "RGB R11,G11,B10 bit float");
-    AddSizeSteps(info->AddInPort(std::make_unique<CPortInt>("Width", "Width of the texture", 0, -1, 5)));
-    AddSizeSteps(info->AddInPort(std::make_unique<CPortInt>("Height", "Height of the texture", 0, -1, 5)));
-    info->AddInPort(std::make_unique<CPortInt>("WidthCustom", "Width in pixels for a custom size", 256, 1, MaxCustomSize));
-    info->AddInPort(
-        std::make_unique<CPortInt>("HeightCustom", "Height in pixels for a custom size", 256, 2, MaxCustomSize));
-    info->AddInPort(std::make_unique<CPortBool>("CreateMipMaps", "Build the smaller levels of the texture", true));
-    info->AddInPort(std::make_unique<CPortFloat>(
-        "ColorNextSwapTime", "Seconds between swaps of Color and ColorNext; 0 swaps every frame", 0.0f, 0.001f, 0.0f,
-        10.0f));
-    info->AddInPort(std::make_unique<CPortEffect>("Effect", "Effect applied to the whole texture"));
-    info->AddInPort(std::make_unique<CPortRender>("Render", "Render chain drawn into the texture"));
-    info->AddOutPort(std::make_unique<CPortTexture>("Color", "The texture drawn this frame"));
-    info->AddOutPort(std::make_unique<CPortTexture>(
-        "ColorNext", "The next color texture we are going to render to. Use this texture before its "
-                     "overwritten/reused in the next frame"));
-    return info;
-}
 
 void ClearTransparent(CRender* render)
 {
@@ -79,7 +35,38 @@ bool IsTargetFormat(int format)
 template <>
 CNodeDeclaration DeclareNode<CRenderToTextureNode>()
 {
-    return CNodeDeclaration(DeclareRenderToTextureNode());
+    const std::vector<SChoice> formats = {
+        {TF_A8R8G8B8, "RGBA 8bit"},
+        {TF_A32R32G32B32F, "RGBA 32bit float"},
+        {TF_A16R16G16B16F, "RGBA 16bit float"},
+        {TF_R11G11B10F, "RGB R11,G11,B10 bit float"},
+    };
+    const std::vector<SChoice> sizeSteps = {
+        {-1, "Custom size in pixels"}, {0, "100% of render size"},  {1, "50% of render size"},
+        {2, "25% of render size"},     {3, "12.5% of render size"}, {4, "6.25% of render size"},
+        {5, "3.125% of render size"},
+    };
+    return {
+        "Converts a render port to a texture port.",
+        {
+            In(&CRenderToTextureNode::m_format, "Format", "Pixel format of the texture", {1, 1, 6, formats}),
+            In(&CRenderToTextureNode::m_width, "Width", "Width of the texture", {0, -1, 5, sizeSteps}),
+            In(&CRenderToTextureNode::m_height, "Height", "Height of the texture", {0, -1, 5, sizeSteps}),
+            In(&CRenderToTextureNode::m_widthCustom, "WidthCustom", "Width in pixels for a custom size",
+               {256, 1, MaxCustomSize}),
+            In(&CRenderToTextureNode::m_heightCustom, "HeightCustom", "Height in pixels for a custom size",
+               {256, 2, MaxCustomSize}),
+            In(&CRenderToTextureNode::m_createMipMaps, "CreateMipMaps", "Build the smaller levels of the texture",
+               true),
+            In(&CRenderToTextureNode::m_swapTime, "ColorNextSwapTime",
+               "Seconds between swaps of Color and ColorNext; 0 swaps every frame", {0.0f, 0.001f, 0.0f, 10.0f}),
+            In(&CRenderToTextureNode::m_effect, "Effect", "Effect applied to the whole texture"),
+            In(&CRenderToTextureNode::m_render, "Render", "Render chain drawn into the texture"),
+            Out(&CRenderToTextureNode::m_color, "Color", "The texture drawn this frame"),
+            Out(&CRenderToTextureNode::m_colorNext, "ColorNext",
+                "The next color texture we are going to render to. Use this texture before its overwritten/reused in "
+                "the next frame"),
+        }};
 }
 
 // ---- CRTTColor ----
@@ -102,24 +89,6 @@ void CRTTColor::Drop()
 }
 
 // ---- CRenderToTextureNode ----
-
-bool CRenderToTextureNode::Init()
-{
-    m_format = GetInPort<CPortInt>("Format");
-    m_width = GetInPort<CPortInt>("Width");
-    m_height = GetInPort<CPortInt>("Height");
-    m_widthCustom = GetInPort<CPortInt>("WidthCustom");
-    m_heightCustom = GetInPort<CPortInt>("HeightCustom");
-    m_createMipMaps = GetInPort<CPortBool>("CreateMipMaps");
-    m_swapTime = GetInPort<CPortFloat>("ColorNextSwapTime");
-    m_effect = GetInPort<CPortEffect>("Effect");
-    m_render = GetInPort<CPortRender>("Render");
-    m_color = GetOutPort<CPortTexture>("Color");
-    m_colorNext = GetOutPort<CPortTexture>("ColorNext");
-    m_swapWanted = true;
-    return m_format && m_width && m_height && m_widthCustom && m_heightCustom && m_createMipMaps && m_swapTime &&
-           m_effect && m_render && m_color && m_colorNext;
-}
 
 int CRenderToTextureNode::TargetFormat()
 {

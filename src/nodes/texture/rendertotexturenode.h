@@ -38,7 +38,6 @@ public:
 class CRenderToTextureNode : public CNode
 {
 public:
-    bool Init() override;
     void Update(float time, CSceneContext* context) override;
     void FrameFinished() override;
     void InvalidateDevice(CRender* render) override;
@@ -52,6 +51,8 @@ public:
     bool m_swapWanted = true;
 
 private:
+    friend CNodeDeclaration DeclareNode<CRenderToTextureNode>();
+
     // A Format value the render can't make gives RGBA 8bit, with a log line
     // when the value first appears.
     int TargetFormat();

@@ -5,15 +5,11 @@
 #include "app/runinfo.h"
 #include "nodes/texture/examplescene.h"
 #include "nodes/texture/publishtexture.h"
-#include "ports/types/dataports.h"
-#include "ports/types/portbool.h"
-#include "ports/types/portint.h"
 #include "render/render.h"
 #include "render/rendertarget.h"
 #include "render/texture.h"
 #include "render/texturemanager.h"
 #include "scene/nodedeclaration.h"
-#include "scene/nodeinfo.h"
 #include "scene/scene.h"
 #include "scene/scenecontext.h"
 #include "scene/scenetransition.h"
@@ -21,20 +17,6 @@
 #include <cmath>
 
 namespace {
-
-std::unique_ptr<CNodeInfo> DeclareTransitionNode()
-{
-    auto info = std::make_unique<CNodeInfo>(NG_SceneLinks, "Transition",
-                                            [] { return static_cast<CNode*>(new CTransitionNode); });
-    info->m_desc = "The scene we are moving from and the scene we are moving to during a transition. This node only "
-                   "works in transition scenes.";
-    info->AddInPort(std::make_unique<CPortBool>("CreateMipMaps", "Build the smaller levels of both textures", false));
-    info->AddOutPort(std::make_unique<CPortTexture>(
-        "FromScene", "The scene we are moving away from. At scene time 0.0 this should cover the whole screen"));
-    info->AddOutPort(std::make_unique<CPortTexture>(
-        "ToScene", "The scene we are moving to. At scene time 1.0 this should cover the whole screen."));
-    return info;
-}
 
 constexpr std::array<const char*, 2> kExampleScenes = {"[apppath]scenes/special/TransitionFromExample.lmc",
                                                        "[apppath]scenes/special/TransitionToExample.lmc"};
@@ -49,7 +31,16 @@ bool IsPreview()
 template <>
 CNodeDeclaration DeclareNode<CTransitionNode>()
 {
-    return CNodeDeclaration(DeclareTransitionNode());
+    return {
+        "The scene we are moving from and the scene we are moving to during a transition. This node only works in "
+        "transition scenes.",
+        {
+            In(&CTransitionNode::m_createMipMaps, "CreateMipMaps", "Build the smaller levels of both textures", false),
+            Out(&CTransitionNode::m_outputs, CTransitionNode::From, "FromScene",
+                "The scene we are moving away from. At scene time 0.0 this should cover the whole screen"),
+            Out(&CTransitionNode::m_outputs, CTransitionNode::To, "ToScene",
+                "The scene we are moving to. At scene time 1.0 this should cover the whole screen."),
+        }};
 }
 
 // ---- CTransitionNodeTexture ----
@@ -87,8 +78,6 @@ CTransitionNode::~CTransitionNode() = default;
 
 bool CTransitionNode::Init()
 {
-    m_createMipMaps = GetInPort<CPortBool>("CreateMipMaps");
-    m_outputs = {GetOutPort<CPortTexture>("FromScene"), GetOutPort<CPortTexture>("ToScene")};
     m_records[From].m_clearColor = {0, 0, 0, 1};
     m_records[To].m_clearColor = {0.5f, 0.5f, 1, 1};
     // Without layer scenes to move between, or in a preview, the transition
@@ -99,7 +88,7 @@ bool CTransitionNode::Init()
             m_records[size_t(side)].m_example = m_examples[size_t(side)].get();
         }
     }
-    return m_createMipMaps && m_outputs[From] && m_outputs[To];
+    return true;
 }
 
 float CTransitionNode::SizeScale(float configured)

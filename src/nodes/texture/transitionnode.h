@@ -60,6 +60,8 @@ public:
     std::array<CTransitionNodeTexture, 2> m_records;
 
 private:
+    friend CNodeDeclaration DeclareNode<CTransitionNode>();
+
     float SizeScale(float configured);
 
     CPortBool* m_createMipMaps = nullptr;
