@@ -51,13 +51,8 @@ std::string PortRows::Numbered(std::string_view desc, char suffix)
     return text;
 }
 
-std::unique_ptr<CNodeInfo> CNodeDeclaration::MakeInfo(int group, std::string_view name)
+std::unique_ptr<CNodeInfo> CNodeDeclaration::MakeInfo(int group, std::string_view name) const
 {
-    if (m_built) {
-        m_built->m_group = group;
-        m_built->m_name = name;
-        return std::move(m_built);
-    }
     auto info = std::make_unique<CNodeInfo>(group, name, m_create);
     info->m_desc = m_desc;
     info->m_updateOnce = m_evaluation == EEvaluation::OncePerFrame;
@@ -68,7 +63,7 @@ std::unique_ptr<CNodeInfo> CNodeDeclaration::MakeInfo(int group, std::string_vie
         std::function<void(CNode&, CPort&)> bind;
     };
     std::vector<SBinding> bindings;
-    for (const SRow& row : m_rows) {
+    for (const auto& row : m_ports.rows) {
         auto& ports = row.input ? info->m_inPorts : info->m_outPorts;
         bindings.push_back({row.input, ports.size(), row.bind});
         if (row.input)

@@ -193,6 +193,18 @@ TPorts<TOwner> Each(bool input, std::array<TPort*, N> TOwner::*member, std::stri
     return ports;
 }
 
+// The rows of `ports`, bound in the part of a TNode that `access` gives.
+template <class TNode, class TPart, class TAccess>
+TPorts<TNode> Rebound(const TPorts<TPart>& ports, TAccess access)
+{
+    TPorts<TNode> rebound;
+    for (const auto& row : ports.rows) {
+        rebound.rows.push_back({row.prototype, row.input,
+                                [access, bind = row.bind](TNode& node, CPort& port) { bind(access(node), port); }});
+    }
+    return rebound;
+}
+
 } // namespace PortRows
 
 // An input port bound to `member`.
@@ -214,6 +226,12 @@ TPorts<TOwner> In(std::array<TPort*, N> TOwner::*member, size_t index, std::stri
                   const TValuesOf<TPort>& values)
 {
     return {PortRows::Make<TPort>(name, desc, values), true, PortRows::Bind(member, index)};
+}
+
+template <class TOwner, DataPort TPort, size_t N>
+TPorts<TOwner> In(std::array<TPort*, N> TOwner::*member, size_t index, std::string_view name, std::string_view desc)
+{
+    return {PortRows::Make<TPort>(name, desc), true, PortRows::Bind(member, index)};
 }
 
 // An output port, likewise.
@@ -264,12 +282,16 @@ TPorts<TOwner> OutEach(std::array<TPort*, N> TOwner::*member, std::string_view n
 template <class TNode, class TPart>
 TPorts<TNode> Within(TPart TNode::*part, const TPorts<TPart>& ports)
 {
-    TPorts<TNode> within;
-    for (const auto& row : ports.rows) {
-        within.rows.push_back({row.prototype, row.input,
-                               [part, bind = row.bind](TNode& node, CPort& port) { bind(node.*part, port); }});
-    }
-    return within;
+    return PortRows::Rebound<TNode>(ports, [part](TNode& node) -> TPart& { return node.*part; });
+}
+
+// The ports of a base class, declared once by the base for every node class
+// derived from it: Inherited<CSphereNode>(CMeshGeneratorNode::Ports()).
+template <class TNode, class TBase>
+TPorts<TNode> Inherited(const TPorts<TBase>& ports)
+{
+    static_assert(std::derived_from<TNode, TBase>, "a base class of the node");
+    return PortRows::Rebound<TNode>(ports, [](TNode& node) -> TBase& { return node; });
 }
 
 enum class EEvaluation
@@ -295,36 +317,21 @@ public:
 
     template <class TNode>
     CNodeDeclaration(std::string_view desc, EEvaluation evaluation, std::initializer_list<TPorts<TNode>> ports)
-        : m_create([]() -> CNode* { return new TNode; }), m_desc(desc), m_evaluation(evaluation)
+        : m_create([]() -> CNode* { return new TNode; }),
+          m_desc(desc),
+          m_evaluation(evaluation),
+          m_ports(PortRows::Rebound<CNode>(TPorts<TNode>(ports),
+                                           [](CNode& node) -> TNode& { return static_cast<TNode&>(node); }))
     {
         static_assert(std::derived_from<TNode, CNode>, "a node class derives from CNode");
-        for (const TPorts<TNode>& group : ports) {
-            for (const auto& row : group.rows) {
-                m_rows.push_back({row.prototype, row.input, [bind = row.bind](CNode& node, CPort& port) {
-                                      bind(static_cast<TNode&>(node), port);
-                                  }});
-            }
-        }
     }
 
-    // A descriptor built by a class that does not declare its ports as a
-    // table yet; its name and group are taken from the list.
-    explicit CNodeDeclaration(std::unique_ptr<CNodeInfo> info) : m_built(std::move(info)) {}
-
     // The descriptor of the type `name` in catalogue group `group`.
-    std::unique_ptr<CNodeInfo> MakeInfo(int group, std::string_view name);
+    std::unique_ptr<CNodeInfo> MakeInfo(int group, std::string_view name) const;
 
 private:
-    struct SRow
-    {
-        std::shared_ptr<const CPort> prototype;
-        bool input;
-        std::function<void(CNode& node, CPort& port)> bind;
-    };
-
-    CNodeInfo::CreateFunction m_create = nullptr;
+    CNodeInfo::CreateFunction m_create;
     std::string m_desc;
-    EEvaluation m_evaluation = EEvaluation::OncePerFrame;
-    std::vector<SRow> m_rows;
-    std::unique_ptr<CNodeInfo> m_built;
+    EEvaluation m_evaluation;
+    TPorts<CNode> m_ports;
 };

@@ -19,7 +19,7 @@ CNode* NewSumNode()
 
 CNodeDeclaration DeclareSum()
 {
-    return CNodeDeclaration(MakeSumInfo("", NewSumNode));
+    return {"Adds its inputs", {CSumNode::Ports()}};
 }
 
 // The factory singleton for one test, given back at the end.
@@ -31,7 +31,7 @@ protected:
 
     CNodeInfo* Declare(const char* name)
     {
-        m_infos.push_back(MakeSumInfo(name, NewSumNode));
+        m_infos.push_back(MakeSumInfo(name));
         return m_infos.back().get();
     }
 
@@ -45,7 +45,7 @@ using Names = std::vector<std::string>;
 
 TEST(Singleton, TheFactoryLivesFromFirstGetToLastRelease)
 {
-    auto info = MakeSumInfo("Sin", NewSumNode);
+    auto info = MakeSumInfo("Sin");
     CNodeFactory* first = CNodeFactory::Get();
     EXPECT_EQ(CNodeFactory::Get(), first);
     first->Add(info.get());
@@ -92,7 +92,7 @@ TEST_F(Factory, CreatesNodesWithTheirOwnCopiesOfThePorts)
         EXPECT_TRUE(port->m_changed && port->m_isInput && port->m_node == node.get()) << port->m_name;
     }
     EXPECT_EQ(ports, (Names{"A", "B", "Bias", "Shape"}));
-    EXPECT_NE(static_cast<CSumNode*>(node.get())->m_out, nullptr) << "Init ran";
+    EXPECT_NE(static_cast<CSumNode*>(node.get())->m_out, nullptr) << "ports bound";
 
     // Changing one node's port leaves the prototype and other nodes alone.
     auto other = m_factory->Create("Sin");

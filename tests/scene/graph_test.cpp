@@ -41,9 +41,8 @@ protected:
         }
     }
 
-    std::unique_ptr<CNodeInfo> m_cached = MakeSumInfo("Sum", [] { return static_cast<CNode*>(new CSumNode); });
-    std::unique_ptr<CNodeInfo> m_uncached =
-        MakeSumInfo("UncachedSum", [] { return static_cast<CNode*>(new CUncachedSumNode); });
+    std::unique_ptr<CNodeInfo> m_cached = MakeSumInfo("Sum");
+    std::unique_ptr<CNodeInfo> m_uncached = MakeSumInfo<CUncachedSumNode>("UncachedSum");
     std::vector<std::unique_ptr<CNode>> m_nodes;
     std::vector<std::string> m_journal;
     CSceneContext m_context;

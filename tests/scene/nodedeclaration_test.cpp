@@ -15,8 +15,17 @@ struct SLevelPorts
     CPortFloat* m_out = nullptr;
 };
 
+// A base class that declares its own port for every class derived from it.
+class CTableBase : public CNode
+{
+public:
+    static TPorts<CTableBase> Ports() { return In(&CTableBase::m_enabled, "Enabled", "drawn", true); }
+
+    CPortBool* m_enabled = nullptr;
+};
+
 // A node with a row of every form a table has.
-class CTableNode : public CNode
+class CTableNode : public CTableBase
 {
 public:
     CPortInt* m_mode = nullptr;
@@ -36,6 +45,7 @@ CNodeDeclaration DeclareTable()
     return {"Every form of row",
             EEvaluation::EveryPull,
             {
+                Inherited<CTableNode>(CTableBase::Ports()),
                 In(&CTableNode::m_mode, "Mode", "how", {1, 0, 3, {{2, "Two"}, {0, "Zero"}}}),
                 InEach(&CTableNode::m_inputs, "In", "123", "Input in#", {0.5f, 0.1f, 0.0f, 2.0f}),
                 In(&CTableNode::m_colors, 1, "Second", "drawn last", {{1, 0, 0, 1}}),
@@ -64,15 +74,15 @@ TEST(NodeDeclaration, MakesThePrototypesInRowOrderAndBindsEveryMemberOfANewNode)
     EXPECT_EQ(info->m_group, NG_Values);
     EXPECT_EQ(info->m_desc, "Every form of row");
     EXPECT_EQ(Names(info->m_inPorts),
-              (std::vector<std::string>{"Mode:how", "In1:Input in1", "In2:Input in2", "In3:Input in3",
+              (std::vector<std::string>{"Enabled:drawn", "Mode:how", "In1:Input in1", "In2:Input in2", "In3:Input in3",
                                         "Second:drawn last", "First:drawn first", "Texture:picture",
                                         "Level:how much"}));
     EXPECT_EQ(Names(info->m_outPorts),
               (std::vector<std::string>{"Out:the level", "Back:drawn after", "Front:drawn before"}));
     EXPECT_TRUE(info->m_inPorts[0]->m_isInput);
     EXPECT_FALSE(info->m_outPorts[0]->m_isInput);
-    info->m_inPorts[0]->SetValue("two");
-    EXPECT_EQ(info->m_inPorts[0]->GetValue(), "2") << "choices are names of the Int port";
+    info->m_inPorts[1]->SetValue("two");
+    EXPECT_EQ(info->m_inPorts[1]->GetValue(), "2") << "choices are names of the Int port";
 
     CNodeFactory* factory = CNodeFactory::Get();
     factory->Add(info.get());
@@ -81,6 +91,7 @@ TEST(NodeDeclaration, MakesThePrototypesInRowOrderAndBindsEveryMemberOfANewNode)
     auto* node = dynamic_cast<CTableNode*>(made.get());
     ASSERT_NE(node, nullptr) << "the class that declared the rows";
     EXPECT_FALSE(node->m_updateOnce);
+    EXPECT_EQ(node->m_enabled, node->GetInPort("Enabled"));
     EXPECT_EQ(node->m_mode, node->GetInPort("Mode"));
     for (size_t i = 0; i < 3; ++i)
         EXPECT_EQ(node->m_inputs[i], node->GetInPort("In" + std::to_string(i + 1)));
@@ -92,5 +103,5 @@ TEST(NodeDeclaration, MakesThePrototypesInRowOrderAndBindsEveryMemberOfANewNode)
     EXPECT_EQ(node->m_level.m_out, node->GetOutPort("Out"));
     EXPECT_EQ(node->m_renders[0], node->GetOutPort("Front"));
     EXPECT_EQ(node->m_renders[1], node->GetOutPort("Back"));
-    EXPECT_NE(node->m_inputs[0], info->m_inPorts[1].get()) << "bound to the node's own ports";
+    EXPECT_NE(node->m_inputs[0], info->m_inPorts[2].get()) << "bound to the node's own ports";
 }

@@ -27,8 +27,8 @@ public:
                                                        CPortColor::Rgba{0, 0, 0, 0}, CPortColor::Rgba{1, 1, 1, 1}));
         screen->AddInPort(std::make_unique<CPortFloat>("CamFov", "field of view", 45.0f, 1.0f, 1.0f, 179.0f));
 
-        m_infos.push_back(MakeSumInfo("Sin", [] { return static_cast<CNode*>(new CSumNode); }));
-        m_infos.push_back(MakeSumInfo("Expression", [] { return static_cast<CNode*>(new CUncachedSumNode); }));
+        m_infos.push_back(MakeSumInfo("Sin"));
+        m_infos.push_back(MakeSumInfo<CUncachedSumNode>("Expression"));
 
         auto rect = Info("RenderRect", plain);
         rect->AddInPort(std::make_unique<CPortRender>("Render", "previous step"));

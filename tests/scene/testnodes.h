@@ -1,8 +1,6 @@
 #pragma once
 
-#include "ports/types/portfloat.h"
-#include "scene/node.h"
-#include "scene/nodeinfo.h"
+#include "scene/nodedeclaration.h"
 
 #include <memory>
 #include <string>
@@ -13,13 +11,14 @@
 class CSumNode : public CNode
 {
 public:
-    bool Init() override
+    static TPorts<CSumNode> Ports()
     {
-        m_a = GetInPort<CPortFloat>("A");
-        m_b = GetInPort<CPortFloat>("B");
-        m_bias = GetInPort<CPortFloat>("Bias");
-        m_out = GetOutPort<CPortFloat>("Out");
-        return m_a && m_b && m_bias && m_out;
+        return {
+            In(&CSumNode::m_a, "A", "first term", {0.0f, 0.1f, -1000.0f, 1000.0f}),
+            In(&CSumNode::m_b, "B", "second term", {0.0f, 0.1f, -1000.0f, 1000.0f}),
+            In(&CSumNode::m_bias, "Bias", "added", {0.0f, 0.1f, -1000.0f, 1000.0f}),
+            Out(&CSumNode::m_out, "Out", "sum", {0.0f, 0.1f, -1000.0f, 1000.0f}),
+        };
     }
 
     void Update(float time, CSceneContext*) override
@@ -71,15 +70,11 @@ public:
     }
 };
 
-inline std::unique_ptr<CNodeInfo> MakeSumInfo(const char* name, CNodeInfo::CreateFunction create)
+// A sum type named `name` that makes nodes of class TNode.
+template <class TNode = CSumNode>
+std::unique_ptr<CNodeInfo> MakeSumInfo(const char* name)
 {
-    auto info = std::make_unique<CNodeInfo>(NG_Values, name, create);
-    info->m_desc = "Adds its inputs";
-    info->AddInPort(std::make_unique<CPortFloat>("A", "first term", 0.0f, 0.1f, -1000.0f, 1000.0f));
-    info->AddInPort(std::make_unique<CPortFloat>("B", "second term", 0.0f, 0.1f, -1000.0f, 1000.0f));
-    info->AddInPort(std::make_unique<CPortFloat>("Bias", "added", 0.0f, 0.1f, -1000.0f, 1000.0f));
-    info->AddOutPort(std::make_unique<CPortFloat>("Out", "sum", 0.0f, 0.1f, -1000.0f, 1000.0f));
-    return info;
+    return CNodeDeclaration("Adds its inputs", {Inherited<TNode>(CSumNode::Ports())}).MakeInfo(NG_Values, name);
 }
 
 template <class TNode>

@@ -1,25 +1,14 @@
 #include "support/testeffectnode.h"
 
-#include "ports/types/dataports.h"
-#include "ports/types/portbool.h"
-#include "ports/types/portstring.h"
 #include "render/fx.h"
 #include "render/fxmanager.h"
 #include "render/render.h"
+#include "scene/nodedeclaration.h"
 #include "scene/nodefactory.h"
 #include "scene/pdtexture.h"
 
 
 CTestEffectNode::~CTestEffectNode() = default;
-
-bool CTestEffectNode::Init()
-{
-    m_shader = GetInPort<CPortString>("Shader");
-    m_texture = GetInPort<CPortTexture>("Texture");
-    m_additive = GetInPort<CPortBool>("Additive");
-    m_effect = GetOutPort<CPortEffect>("Effect");
-    return m_shader && m_texture && m_additive && m_effect;
-}
 
 void CTestEffectNode::Update(float time, CSceneContext*)
 {
@@ -110,12 +99,15 @@ void CTestEffectNode::CommitChanges(CRender* render)
 
 CTestEffectNode::CType::CType() : m_factory(CNodeFactory::Get())
 {
-    m_info = std::make_unique<CNodeInfo>(NG_Effects, TypeName, [] { return static_cast<CNode*>(new CTestEffectNode); });
-    m_info->m_desc = "Effect text for tests";
-    m_info->AddInPort(std::make_unique<CPortString>("Shader", "Effect text", ""));
-    m_info->AddInPort(std::make_unique<CPortTexture>("Texture", "Texture of the sampler \"tex\""));
-    m_info->AddInPort(std::make_unique<CPortBool>("Additive", "Adds to what is drawn instead of covering it", false));
-    m_info->AddOutPort(std::make_unique<CPortEffect>("Effect", "The compiled effect"));
+    const CNodeDeclaration declaration = {
+        "Effect text for tests",
+        {
+            In(&CTestEffectNode::m_shader, "Shader", "Effect text", ""),
+            In(&CTestEffectNode::m_texture, "Texture", "Texture of the sampler \"tex\""),
+            In(&CTestEffectNode::m_additive, "Additive", "Adds to what is drawn instead of covering it", false),
+            Out(&CTestEffectNode::m_effect, "Effect", "The compiled effect"),
+        }};
+    m_info = declaration.MakeInfo(NG_Effects, TypeName);
     m_factory->Add(m_info.get());
 }
 

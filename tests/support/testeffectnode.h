@@ -24,7 +24,6 @@ class CTestEffectNode : public CNode, public CPDEffect
 {
 public:
     ~CTestEffectNode() override;
-    bool Init() override;
     void Update(float time, CSceneContext* context) override;
     bool RestoreDevice(CRender* render) override;
     void InvalidateDevice(CRender* render) override;

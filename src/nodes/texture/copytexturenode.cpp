@@ -3,12 +3,6 @@
 #include "app/check.h"
 #include "nodes/texture/publishtexture.h"
 #include "nodes/texture/sizesteps.h"
-#include "ports/types/dataports.h"
-#include "ports/types/portbool.h"
-#include "ports/types/portcolor.h"
-#include "ports/types/portint.h"
-#include "ports/types/portstring.h"
-#include "ports/types/portvector.h"
 #include "render/camera.h"
 #include "render/fxmanager.h"
 #include "render/noisetextures.h"
@@ -18,7 +12,6 @@
 #include "render/texturemanager.h"
 #include "scene/effecttext.h"
 #include "scene/nodedeclaration.h"
-#include "scene/nodeinfo.h"
 #include "scene/scenecontext.h"
 
 #include <algorithm>
@@ -91,39 +84,8 @@ constexpr const char* kParamNames[] = {
 };
 
 constexpr const char* kTextureNames[] = {"tex1", "tex2", "tex3"};
-constexpr const char* kTexturePortNames[] = {"Texture", "Texture2", "Texture3"};
 
 constexpr int QuadVertices = 6;
-
-std::unique_ptr<CNodeInfo> DeclareCopyTextureNode()
-{
-    auto info = std::make_unique<CNodeInfo>(NG_Textures, "CopyTexture",
-                                            [] { return static_cast<CNode*>(new CCopyTextureNode); });
-    info->m_desc = "Copies one texture to another";
-    auto size = std::make_unique<CPortInt>("TextureSize", "Size of the copy", 2, 1, 5);
-    size->AddValue(1, "50% of source size");
-    size->AddValue(2, "25% of source size");
-    size->AddValue(3, "12.5% of source size");
-    size->AddValue(4, "6.25% of source size");
-    size->AddValue(5, "3.125% of source size");
-    info->AddInPort(std::move(size));
-    info->AddInPort(std::make_unique<CPortBool>("CreateMipMaps", "Build the smaller levels of the copy", false));
-    for (const char* name : {"In1", "In2", "In3"}) {
-        const std::string desc = std::string("Input vector ") + name[2];
-        info->AddInPort(CPortVector::Make(name, desc, {0, 0, 0}, 0.001f, 10000.0f));
-    }
-    for (const char* name : {"Color1", "Color2"}) {
-        const std::string desc = std::string("Input color ") + name[5];
-        info->AddInPort(std::make_unique<CPortColor>(name, desc, CPortColor::Rgba{1, 1, 1, 1},
-                                                     CPortColor::Rgba{0, 0, 0, 0}, CPortColor::Rgba{1, 1, 1, 1}));
-    }
-    info->AddInPort(std::make_unique<CPortString>("Shader", kShaderDescription, kDefaultFragment));
-    info->AddInPort(std::make_unique<CPortTexture>("Texture", "The texture to copy (tex1)"));
-    info->AddInPort(std::make_unique<CPortTexture>("Texture2", "Texture 2 (tex2)"));
-    info->AddInPort(std::make_unique<CPortTexture>("Texture3", "Texture 3 (tex3)"));
-    info->AddOutPort(std::make_unique<CPortTexture>("Texture", "The copy"));
-    return info;
-}
 
 void FillQuad(SVertexPNTBTC* vertices)
 {
@@ -144,7 +106,22 @@ void FillQuad(SVertexPNTBTC* vertices)
 template <>
 CNodeDeclaration DeclareNode<CCopyTextureNode>()
 {
-    return CNodeDeclaration(DeclareCopyTextureNode());
+    const std::vector<SChoice> sizes = {
+        {1, "50% of source size"},   {2, "25% of source size"},    {3, "12.5% of source size"},
+        {4, "6.25% of source size"}, {5, "3.125% of source size"},
+    };
+    return {"Copies one texture to another",
+            {
+                In(&CCopyTextureNode::m_textureSize, "TextureSize", "Size of the copy", {2, 1, 5, sizes}),
+                In(&CCopyTextureNode::m_createMipMaps, "CreateMipMaps", "Build the smaller levels of the copy", false),
+                InEach(&CCopyTextureNode::m_vectorPorts, "In", "123", "Input vector #", {{0, 0, 0}, 0.001f, 10000.0f}),
+                InEach(&CCopyTextureNode::m_colorPorts, "Color", "12", "Input color #", {{1, 1, 1, 1}}),
+                In(&CCopyTextureNode::m_shader, "Shader", kShaderDescription, kDefaultFragment),
+                In(&CCopyTextureNode::m_texturePorts, 0, "Texture", "The texture to copy (tex1)"),
+                In(&CCopyTextureNode::m_texturePorts, 1, "Texture2", "Texture 2 (tex2)"),
+                In(&CCopyTextureNode::m_texturePorts, 2, "Texture3", "Texture 3 (tex3)"),
+                Out(&CCopyTextureNode::m_out, "Texture", "The copy"),
+            }};
 }
 
 CCopyTextureNode::~CCopyTextureNode()
@@ -155,28 +132,12 @@ CCopyTextureNode::~CCopyTextureNode()
     ReleaseQuad();
 }
 
-bool CCopyTextureNode::Init()
-{
-    m_textureSize = GetInPort<CPortInt>("TextureSize");
-    m_createMipMaps = GetInPort<CPortBool>("CreateMipMaps");
-    bool found = m_textureSize && m_createMipMaps;
-    for (int i = 0; i < 3; ++i)
-        found &= (m_inPorts[size_t(i)] = GetInPort<CPortVector>("In" + std::to_string(i + 1))) != nullptr;
-    for (int i = 0; i < 2; ++i)
-        found &= (m_colorPorts[size_t(i)] = GetInPort<CPortColor>("Color" + std::to_string(i + 1))) != nullptr;
-    m_shader = GetInPort<CPortString>("Shader");
-    for (size_t i = 0; i < NumTextures; ++i)
-        found &= (m_texturePorts[i] = GetInPort<CPortTexture>(kTexturePortNames[i])) != nullptr;
-    m_out = GetOutPort<CPortTexture>("Texture");
-    return found && m_shader && m_out;
-}
-
 void CCopyTextureNode::Update(float time, CSceneContext* context)
 {
     UpdateInPorts(time);
     PublishTexture(*m_out, this, 2, (m_createMipMaps->m_value ? PDT_MipMaps : 0) | PDT_ClampToEdge);
     for (size_t i = 0; i < 3; ++i)
-        std::copy_n(m_inPorts[i]->m_value.begin(), 3, m_in[i]);
+        std::copy_n(m_vectorPorts[i]->m_value.begin(), 3, m_in[i]);
     for (size_t i = 0; i < 2; ++i)
         std::copy_n(m_colorPorts[i]->m_value.begin(), 4, m_colors[i]);
     m_time = context ? context->m_time : 0.0f;

@@ -25,7 +25,6 @@ class CCopyTextureNode : public CNode, public CPDTexture, public CPDEffect
 {
 public:
     ~CCopyTextureNode() override;
-    bool Init() override;
     void Update(float time, CSceneContext* context) override;
     void FrameFinished() override;
     bool RestoreDevice(CRender* render) override;
@@ -50,6 +49,8 @@ public:
     static constexpr int NumTextures = 3;
 
 private:
+    friend CNodeDeclaration DeclareNode<CCopyTextureNode>();
+
     std::string Compose(const std::string& fragment);
     bool MakeQuad(CRender* render);
     void Draw(CRender* render, const std::shared_ptr<CTexture>& source);
@@ -57,7 +58,7 @@ private:
 
     CPortInt* m_textureSize = nullptr;
     CPortBool* m_createMipMaps = nullptr;
-    std::array<CPortVector*, 3> m_inPorts{};
+    std::array<CPortVector*, 3> m_vectorPorts{};
     std::array<CPortColor*, 2> m_colorPorts{};
     CPortString* m_shader = nullptr;
     std::array<CPortTexture*, NumTextures> m_texturePorts{};
