@@ -1,8 +1,8 @@
 #include "nodes/texture/copytexturenode.h"
 
 #include "app/check.h"
-#include "nodes/texture/publishtexture.h"
-#include "nodes/texture/sizesteps.h"
+#include "nodes/support/publishtexture.h"
+#include "nodes/support/sizesteps.h"
 #include "render/camera.h"
 #include "render/fxmanager.h"
 #include "render/noisetextures.h"

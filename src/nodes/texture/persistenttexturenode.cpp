@@ -1,6 +1,6 @@
 #include "nodes/texture/persistenttexturenode.h"
 
-#include "nodes/texture/publishtexture.h"
+#include "nodes/support/publishtexture.h"
 #include "ports/types/dataports.h"
 #include "scene/nodedeclaration.h"
 #include "scene/scenecontext.h"

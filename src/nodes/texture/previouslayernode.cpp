@@ -1,8 +1,8 @@
 #include "nodes/texture/previouslayernode.h"
 
 #include "app/runinfo.h"
-#include "nodes/texture/examplescene.h"
-#include "nodes/texture/publishtexture.h"
+#include "nodes/support/examplescene.h"
+#include "nodes/support/publishtexture.h"
 #include "ports/types/dataports.h"
 #include "render/render.h"
 #include "render/rendertarget.h"

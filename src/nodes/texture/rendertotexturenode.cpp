@@ -1,8 +1,8 @@
 #include "nodes/texture/rendertotexturenode.h"
 
 #include "app/log.h"
-#include "nodes/texture/publishtexture.h"
-#include "nodes/texture/sizesteps.h"
+#include "nodes/support/publishtexture.h"
+#include "nodes/support/sizesteps.h"
 #include "render/render.h"
 #include "render/rendertarget.h"
 #include "render/texture.h"

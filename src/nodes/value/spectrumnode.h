@@ -1,6 +1,6 @@
 #pragma once
 
-#include "nodes/value/channelports.h"
+#include "nodes/support/channelports.h"
 #include "scene/node.h"
 
 // The smoothed spectrum of the music at one position from 0 (bass) to 1.

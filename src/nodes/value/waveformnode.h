@@ -1,6 +1,6 @@
 #pragma once
 
-#include "nodes/value/channelports.h"
+#include "nodes/support/channelports.h"
 #include "scene/node.h"
 
 class CPortFloat;

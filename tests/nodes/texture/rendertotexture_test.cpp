@@ -1,7 +1,7 @@
 // RenderToTexture and PersistentTexture on a real context: what is drawn in
 // the update, feedback through ColorNext, and last frame's texture.
 
-#include "nodes/texture/sizesteps.h"
+#include "nodes/support/sizesteps.h"
 #include "support/logcapture.h"
 #include "texturescenetest.h"
 

@@ -1,4 +1,4 @@
-#include "nodes/texture/examplescene.h"
+#include "nodes/support/examplescene.h"
 
 #include "app/log.h"
 #include "scene/scene.h"

@@ -1,4 +1,4 @@
-#include "nodes/value/hslatocolor.h"
+#include "nodes/value/hslatocolornode.h"
 
 #include "scene/nodedeclaration.h"
 

@@ -1,4 +1,4 @@
-#include "nodes/value/hsvatocolor.h"
+#include "nodes/value/hsvatocolornode.h"
 
 #include "scene/nodedeclaration.h"
 

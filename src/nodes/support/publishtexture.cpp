@@ -1,4 +1,4 @@
-#include "nodes/texture/publishtexture.h"
+#include "nodes/support/publishtexture.h"
 
 #include "ports/types/dataports.h"
 #include "scene/pdtexture.h"

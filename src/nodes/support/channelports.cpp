@@ -1,4 +1,4 @@
-#include "nodes/value/channelports.h"
+#include "nodes/support/channelports.h"
 
 #include "scene/nodedeclaration.h"
 

@@ -1,4 +1,4 @@
-#include "nodes/value/rgbatocolor.h"
+#include "nodes/value/rgbatocolornode.h"
 
 #include "ports/types/portcolor.h"
 #include "ports/types/portfloat.h"

@@ -1,4 +1,4 @@
-#include "nodes/texture/sizesteps.h"
+#include "nodes/support/sizesteps.h"
 
 #include "ports/types/portint.h"
 
