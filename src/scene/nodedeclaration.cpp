@@ -51,10 +51,10 @@ std::string PortRows::Numbered(std::string_view desc, char suffix)
     return text;
 }
 
-std::unique_ptr<CNodeInfo> CNodeDeclaration::MakeInfo(int group, std::string_view name) const
+std::unique_ptr<CNodeInfo> CNodeDeclaration::MakeInfo(int group, std::string_view name, std::string_view desc) const
 {
     auto info = std::make_unique<CNodeInfo>(group, name, m_create);
-    info->m_desc = m_desc;
+    info->m_desc = desc;
     info->m_updateOnce = m_evaluation == EEvaluation::OncePerFrame;
     struct SBinding
     {

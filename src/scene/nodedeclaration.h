@@ -29,7 +29,7 @@
 //     template <>
 //     CNodeDeclaration DeclareNode<CSinNode>()
 //     {
-//         return {"Sin math function", EEvaluation::EveryPull,
+//         return {EEvaluation::EveryPull,
 //                 {In(&CSinNode::m_min, "Min", "Bottom of the wave", {0.0f, 0.01f, -10000.0f, 10000.0f}),
 //                  Out(&CSinNode::m_value, "Value", "The wave", {0.0f, 0.01f, 0.0f, 1.0f})}};
 //     }
@@ -86,26 +86,18 @@ struct SRectValues
     CPortRect::Ltrb max;
 };
 
-// The values of port class TPort.
-template <class TPort>
-struct TPortValues;
-template <>
-struct TPortValues<CPortBool> { using Type = bool; };
-template <>
-struct TPortValues<CPortInt> { using Type = SIntValues; };
-template <>
-struct TPortValues<CPortFloat> { using Type = SFloatValues; };
-template <>
-struct TPortValues<CPortString> { using Type = std::string_view; };
-template <>
-struct TPortValues<CPortColor> { using Type = SColorValues; };
-template <>
-struct TPortValues<CPortVector> { using Type = SVectorValues; };
-template <>
-struct TPortValues<CPortRect> { using Type = SRectValues; };
+// The values of each value port class, as the result of a function that is
+// only declared; data ports have none.
+bool PortValuesOf(const CPortBool*);
+SIntValues PortValuesOf(const CPortInt*);
+SFloatValues PortValuesOf(const CPortFloat*);
+std::string_view PortValuesOf(const CPortString*);
+SColorValues PortValuesOf(const CPortColor*);
+SVectorValues PortValuesOf(const CPortVector*);
+SRectValues PortValuesOf(const CPortRect*);
 
 template <class TPort>
-using TValuesOf = typename TPortValues<TPort>::Type;
+using TValuesOf = decltype(PortValuesOf(static_cast<const TPort*>(nullptr)));
 
 // A prototype of the port class that the values belong to.
 std::shared_ptr<const CPort> MakePrototype(std::string_view name, std::string_view desc, bool value);
@@ -207,75 +199,62 @@ TPorts<TNode> Rebound(const TPorts<TPart>& ports, TAccess access)
 
 } // namespace PortRows
 
-// An input port bound to `member`.
-template <class TOwner, class TPort>
-TPorts<TOwner> In(TPort* TOwner::*member, std::string_view name, std::string_view desc, const TValuesOf<TPort>& values)
+// Makes the rows of input ports (In) or output ports (Out).
+template <bool Input>
+struct TPortRow
 {
-    return {PortRows::Make<TPort>(name, desc, values), true, PortRows::Bind(member)};
-}
+    // A port bound to `member`.
+    template <class TOwner, class TPort>
+    TPorts<TOwner> operator()(TPort* TOwner::*member, std::string_view name, std::string_view desc,
+                              const TValuesOf<TPort>& values) const
+    {
+        return {PortRows::Make<TPort>(name, desc, values), Input, PortRows::Bind(member)};
+    }
+    template <class TOwner, DataPort TPort>
+    TPorts<TOwner> operator()(TPort* TOwner::*member, std::string_view name, std::string_view desc) const
+    {
+        return {PortRows::Make<TPort>(name, desc), Input, PortRows::Bind(member)};
+    }
 
-template <class TOwner, DataPort TPort>
-TPorts<TOwner> In(TPort* TOwner::*member, std::string_view name, std::string_view desc)
-{
-    return {PortRows::Make<TPort>(name, desc), true, PortRows::Bind(member)};
-}
+    // A port bound to element `index` of an array member.
+    template <class TOwner, class TPort, size_t N>
+    TPorts<TOwner> operator()(std::array<TPort*, N> TOwner::*member, size_t index, std::string_view name,
+                              std::string_view desc, const TValuesOf<TPort>& values) const
+    {
+        return {PortRows::Make<TPort>(name, desc, values), Input, PortRows::Bind(member, index)};
+    }
+    template <class TOwner, DataPort TPort, size_t N>
+    TPorts<TOwner> operator()(std::array<TPort*, N> TOwner::*member, size_t index, std::string_view name,
+                              std::string_view desc) const
+    {
+        return {PortRows::Make<TPort>(name, desc), Input, PortRows::Bind(member, index)};
+    }
+};
 
-// An input port bound to element `index` of an array member.
-template <class TOwner, class TPort, size_t N>
-TPorts<TOwner> In(std::array<TPort*, N> TOwner::*member, size_t index, std::string_view name, std::string_view desc,
-                  const TValuesOf<TPort>& values)
+// Makes repeated rows (InEach, OutEach), one per element of an array member:
+// `name` followed by each character of `suffixes` ("12345" gives In1 to In5),
+// with "#" in `desc` standing for that character.
+template <bool Input>
+struct TPortRowEach
 {
-    return {PortRows::Make<TPort>(name, desc, values), true, PortRows::Bind(member, index)};
-}
+    template <class TOwner, class TPort, size_t N, size_t M>
+    TPorts<TOwner> operator()(std::array<TPort*, N> TOwner::*member, std::string_view name, const char (&suffixes)[M],
+                              std::string_view desc, const TValuesOf<TPort>& values) const
+    {
+        return PortRows::Each(Input, member, name, suffixes, desc, values);
+    }
+    template <class TOwner, DataPort TPort, size_t N, size_t M>
+    TPorts<TOwner> operator()(std::array<TPort*, N> TOwner::*member, std::string_view name, const char (&suffixes)[M],
+                              std::string_view desc) const
+    {
+        return PortRows::Each(Input, member, name, suffixes, desc);
+    }
+};
 
-template <class TOwner, DataPort TPort, size_t N>
-TPorts<TOwner> In(std::array<TPort*, N> TOwner::*member, size_t index, std::string_view name, std::string_view desc)
-{
-    return {PortRows::Make<TPort>(name, desc), true, PortRows::Bind(member, index)};
-}
-
-// An output port, likewise.
-template <class TOwner, class TPort>
-TPorts<TOwner> Out(TPort* TOwner::*member, std::string_view name, std::string_view desc, const TValuesOf<TPort>& values)
-{
-    return {PortRows::Make<TPort>(name, desc, values), false, PortRows::Bind(member)};
-}
-
-template <class TOwner, DataPort TPort>
-TPorts<TOwner> Out(TPort* TOwner::*member, std::string_view name, std::string_view desc)
-{
-    return {PortRows::Make<TPort>(name, desc), false, PortRows::Bind(member)};
-}
-
-template <class TOwner, DataPort TPort, size_t N>
-TPorts<TOwner> Out(std::array<TPort*, N> TOwner::*member, size_t index, std::string_view name, std::string_view desc)
-{
-    return {PortRows::Make<TPort>(name, desc), false, PortRows::Bind(member, index)};
-}
-
-// Repeated ports, one per element of an array member: `name` followed by
-// each character of `suffixes` ("12345" gives In1 to In5), with "#" in
-// `desc` standing for that character.
-template <class TOwner, class TPort, size_t N, size_t M>
-TPorts<TOwner> InEach(std::array<TPort*, N> TOwner::*member, std::string_view name, const char (&suffixes)[M],
-                      std::string_view desc, const TValuesOf<TPort>& values)
-{
-    return PortRows::Each(true, member, name, suffixes, desc, values);
-}
-
-template <class TOwner, DataPort TPort, size_t N, size_t M>
-TPorts<TOwner> InEach(std::array<TPort*, N> TOwner::*member, std::string_view name, const char (&suffixes)[M],
-                      std::string_view desc)
-{
-    return PortRows::Each(true, member, name, suffixes, desc);
-}
-
-template <class TOwner, class TPort, size_t N, size_t M>
-TPorts<TOwner> OutEach(std::array<TPort*, N> TOwner::*member, std::string_view name, const char (&suffixes)[M],
-                       std::string_view desc, const TValuesOf<TPort>& values)
-{
-    return PortRows::Each(false, member, name, suffixes, desc, values);
-}
+inline constexpr TPortRow<true> In;
+inline constexpr TPortRow<false> Out;
+inline constexpr TPortRowEach<true> InEach;
+inline constexpr TPortRowEach<false> OutEach;
 
 // The ports of a part that several node classes hold as a member, bound
 // within that member.
@@ -303,22 +282,20 @@ enum class EEvaluation
     EveryPull,
 };
 
-// What a node class tells of its type: the description, how often it is
-// evaluated, and its ports in order. The node type list adds the name and
-// the catalogue group.
+// What a node class tells of its type: how often it is evaluated and its
+// ports in order. The node type list adds the name, the catalogue group and
+// the description.
 class CNodeDeclaration
 {
 public:
     template <class TNode>
-    CNodeDeclaration(std::string_view desc, std::initializer_list<TPorts<TNode>> ports)
-        : CNodeDeclaration(desc, EEvaluation::OncePerFrame, ports)
+    CNodeDeclaration(std::initializer_list<TPorts<TNode>> ports) : CNodeDeclaration(EEvaluation::OncePerFrame, ports)
     {
     }
 
     template <class TNode>
-    CNodeDeclaration(std::string_view desc, EEvaluation evaluation, std::initializer_list<TPorts<TNode>> ports)
+    CNodeDeclaration(EEvaluation evaluation, std::initializer_list<TPorts<TNode>> ports)
         : m_create([]() -> CNode* { return new TNode; }),
-          m_desc(desc),
           m_evaluation(evaluation),
           m_ports(PortRows::Rebound<CNode>(TPorts<TNode>(ports),
                                            [](CNode& node) -> TNode& { return static_cast<TNode&>(node); }))
@@ -327,11 +304,10 @@ public:
     }
 
     // The descriptor of the type `name` in catalogue group `group`.
-    std::unique_ptr<CNodeInfo> MakeInfo(int group, std::string_view name) const;
+    std::unique_ptr<CNodeInfo> MakeInfo(int group, std::string_view name, std::string_view desc) const;
 
 private:
     CNodeInfo::CreateFunction m_create;
-    std::string m_desc;
     EEvaluation m_evaluation;
     TPorts<CNode> m_ports;
 };

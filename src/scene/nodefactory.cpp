@@ -42,7 +42,7 @@ void CNodeFactory::Init(std::span<const SNodeType> types)
     std::stable_sort(built.begin(), built.end(),
                      [](const SNodeType* a, const SNodeType* b) { return a->m_position < b->m_position; });
     for (const SNodeType* type : built) {
-        m_declared.push_back(type->m_declare().MakeInfo(type->m_group, type->m_name));
+        m_declared.push_back(type->m_declare().MakeInfo(type->m_group, type->m_name, type->m_desc));
         Add(m_declared.back().get());
     }
 }

@@ -14,13 +14,14 @@ class CNodeInfo;
 class QXmlStreamWriter;
 
 // One entry of the node type list: the type's place in the catalogue, its
-// name and group, and the declaration of its class; null for a type of the
-// catalogue that is not built yet.
+// name, group and description, and the declaration of its class; null for a
+// type of the catalogue that is not built yet.
 struct SNodeType
 {
     int m_position;
     std::string_view m_name;
     int m_group;
+    std::string_view m_desc;
     CNodeDeclaration (*m_declare)();
 };
 

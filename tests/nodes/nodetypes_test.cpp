@@ -26,7 +26,7 @@ namespace {
 
 // The class column of the list, by type name.
 const std::map<std::string, std::string> kClasses = {
-#define LUMORA_NODE_TYPE(position, name, group, nodeClass) {#name, #nodeClass},
+#define LUMORA_NODE_TYPE(position, name, group, nodeClass, desc) {#name, #nodeClass},
 #define LUMORA_PLANNED_NODE_TYPE(position, name, group, nodeClass)
 #include "nodes/nodetypes.def"
 #undef LUMORA_NODE_TYPE

@@ -19,7 +19,7 @@ CNode* NewSumNode()
 
 CNodeDeclaration DeclareSum()
 {
-    return {"Adds its inputs", {CSumNode::Ports()}};
+    return {CSumNode::Ports()};
 }
 
 // The factory singleton for one test, given back at the end.
@@ -60,16 +60,20 @@ TEST(Singleton, TheFactoryLivesFromFirstGetToLastRelease)
 TEST_F(Factory, InitRegistersTheBuiltTypesOfTheListByPositionOnce)
 {
     const SNodeType list[] = {
-        {14, "Cube", NG_Meshes, &DeclareSum}, {9, "PingPong", NG_Games, nullptr}, {2, "Sin", NG_Values, &DeclareSum},
-        {1, "SignalGenerator", NG_Values, &DeclareSum}, {3, "Sin", NG_Colours, &DeclareSum},
+        {14, "Cube", NG_Meshes, "a cube", &DeclareSum},
+        {9, "PingPong", NG_Games, "", nullptr},
+        {2, "Sin", NG_Values, "a wave", &DeclareSum},
+        {1, "SignalGenerator", NG_Values, "waves", &DeclareSum},
+        {3, "Sin", NG_Colours, "another wave", &DeclareSum},
     };
     CLogCapture log;
     m_factory->Init(list);
     m_factory->Init(std::span(list, 1));
     Names listed;
     for (const CNodeInfo* info : m_factory->GetNodeInfos())
-        listed.push_back(info->m_name + " " + std::to_string(info->m_group));
-    EXPECT_EQ(listed, (Names{"SignalGenerator 7", "Sin 7", "Cube 3"})) << "the planned PingPong is not built";
+        listed.push_back(info->m_name + " " + std::to_string(info->m_group) + " " + info->m_desc);
+    EXPECT_EQ(listed, (Names{"SignalGenerator 7 waves", "Sin 7 a wave", "Cube 3 a cube"}))
+        << "the planned PingPong is not built";
     EXPECT_TRUE(log.Contains("!ERROR! : Node name isn't unique (Sin)"));
     auto cube = m_factory->Create("Cube");
     ASSERT_NE(cube, nullptr);

@@ -42,8 +42,7 @@ CNodeDeclaration DeclareTable()
         In(&SLevelPorts::m_level, "Level", "how much", {0.5f, 0.1f, 0.0f, 1.0f}),
         Out(&SLevelPorts::m_out, "Out", "the level", {0.0f, 0.1f, 0.0f, 1.0f}),
     };
-    return {"Every form of row",
-            EEvaluation::EveryPull,
+    return {EEvaluation::EveryPull,
             {
                 Inherited<CTableNode>(CTableBase::Ports()),
                 In(&CTableNode::m_mode, "Mode", "how", {1, 0, 3, {{2, "Two"}, {0, "Zero"}}}),
@@ -69,7 +68,7 @@ std::vector<std::string> Names(const std::vector<std::unique_ptr<CPort>>& ports)
 
 TEST(NodeDeclaration, MakesThePrototypesInRowOrderAndBindsEveryMemberOfANewNode)
 {
-    const std::unique_ptr<CNodeInfo> info = DeclareTable().MakeInfo(NG_Values, "Table");
+    const std::unique_ptr<CNodeInfo> info = DeclareTable().MakeInfo(NG_Values, "Table", "Every form of row");
     EXPECT_EQ(info->m_name, "Table");
     EXPECT_EQ(info->m_group, NG_Values);
     EXPECT_EQ(info->m_desc, "Every form of row");

@@ -74,7 +74,7 @@ public:
 template <class TNode = CSumNode>
 std::unique_ptr<CNodeInfo> MakeSumInfo(const char* name)
 {
-    return CNodeDeclaration("Adds its inputs", {Inherited<TNode>(CSumNode::Ports())}).MakeInfo(NG_Values, name);
+    return CNodeDeclaration({Inherited<TNode>(CSumNode::Ports())}).MakeInfo(NG_Values, name, "Adds its inputs");
 }
 
 template <class TNode>

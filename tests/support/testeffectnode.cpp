@@ -100,14 +100,12 @@ void CTestEffectNode::CommitChanges(CRender* render)
 CTestEffectNode::CType::CType() : m_factory(CNodeFactory::Get())
 {
     const CNodeDeclaration declaration = {
-        "Effect text for tests",
-        {
-            In(&CTestEffectNode::m_shader, "Shader", "Effect text", ""),
-            In(&CTestEffectNode::m_texture, "Texture", "Texture of the sampler \"tex\""),
-            In(&CTestEffectNode::m_additive, "Additive", "Adds to what is drawn instead of covering it", false),
-            Out(&CTestEffectNode::m_effect, "Effect", "The compiled effect"),
-        }};
-    m_info = declaration.MakeInfo(NG_Effects, TypeName);
+        In(&CTestEffectNode::m_shader, "Shader", "Effect text", ""),
+        In(&CTestEffectNode::m_texture, "Texture", "Texture of the sampler \"tex\""),
+        In(&CTestEffectNode::m_additive, "Additive", "Adds to what is drawn instead of covering it", false),
+        Out(&CTestEffectNode::m_effect, "Effect", "The compiled effect"),
+    };
+    m_info = declaration.MakeInfo(NG_Effects, TypeName, "Effect text for tests");
     m_factory->Add(m_info.get());
 }
 

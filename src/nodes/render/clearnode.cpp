@@ -7,11 +7,10 @@
 template <>
 CNodeDeclaration DeclareNode<CClearNode>()
 {
-    return {"Fills the viewport with a single color.",
-            {
-                In(&CClearNode::m_color, "Color", "Colour the viewport is filled with", {{0, 0, 0, 0}}),
-                Out(&CClearNode::m_renderOut, "Render", "This step of the render chain"),
-            }};
+    return {
+        In(&CClearNode::m_color, "Color", "Colour the viewport is filled with", {{0, 0, 0, 0}}),
+        Out(&CClearNode::m_renderOut, "Render", "This step of the render chain"),
+    };
 }
 
 void CClearNode::Update(float time, CSceneContext*)

@@ -6,8 +6,7 @@
 template <>
 CNodeDeclaration DeclareNode<CRenderObjectNode>()
 {
-    return {"Renders a single object at a location",
-            EEvaluation::EveryPull,
+    return {EEvaluation::EveryPull,
             {
                 In(&CRenderObjectNode::m_renderIn, "Render", "Previous step of the render chain"),
                 In(&CRenderObjectNode::m_object, "Object", "The object to draw"),

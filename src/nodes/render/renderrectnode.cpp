@@ -41,15 +41,12 @@ template <>
 CNodeDeclaration DeclareNode<CRenderRectNode>()
 {
     return {
-        "Renders a rectangle that covers the whole screen",
-        {
-            In(&CRenderRectNode::m_renderIn, "Render", "Previous step of the render chain"),
-            In(&CRenderRectNode::m_tesselateW, "TesselateW", "Columns of quads the rectangle is made of",
-               {1, 1, 100000}),
-            In(&CRenderRectNode::m_tesselateH, "TesselateH", "Rows of quads the rectangle is made of", {1, 1, 100000}),
-            In(&CRenderRectNode::m_effect, "Effect", "Effect the rectangle is drawn with"),
-            Out(&CRenderRectNode::m_renderOut, "Render", "This step of the render chain"),
-        }};
+        In(&CRenderRectNode::m_renderIn, "Render", "Previous step of the render chain"),
+        In(&CRenderRectNode::m_tesselateW, "TesselateW", "Columns of quads the rectangle is made of", {1, 1, 100000}),
+        In(&CRenderRectNode::m_tesselateH, "TesselateH", "Rows of quads the rectangle is made of", {1, 1, 100000}),
+        In(&CRenderRectNode::m_effect, "Effect", "Effect the rectangle is drawn with"),
+        Out(&CRenderRectNode::m_renderOut, "Render", "This step of the render chain"),
+    };
 }
 
 CRenderRectNode::~CRenderRectNode()

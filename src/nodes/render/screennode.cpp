@@ -8,20 +8,19 @@
 template <>
 CNodeDeclaration DeclareNode<CScreenNode>()
 {
-    return {"A part of the screen that we should render everything to",
-            {
-                In(&CScreenNode::m_renderIn, "Render", "Previous step of the render chain"),
-                In(&CScreenNode::m_viewport, "Viewport", "Part of the target drawn to, as fractions of it",
-                   {{0, 0, 1, 1}, {0.01f, 0.01f, 0.02f, 0.02f}, {0, 0, 0, 0}, {1, 1, 2, 2}}),
-                In(&CScreenNode::m_camPos, "CamPos", "Camera position", {{0, 0, -2}, 0.1f, 10000.0f}),
-                In(&CScreenNode::m_camRot, "CamRot", "Camera rotation in degrees", {{0, 0, 0}, 0.1f, 10000.0f}),
-                In(&CScreenNode::m_camFov, "CamFov", "Vertical field of view in degrees", {45.0f, 1.0f, 0.1f, 179.0f}),
-                In(&CScreenNode::m_camNear, "CamNear", "Near clipping distance", {0.1f, 1.0f, 0.01f, 100000.0f}),
-                In(&CScreenNode::m_camFar, "CamFar", "Far clipping distance", {1000.0f, 1.0f, 0.01f, 100000.0f}),
-                In(&CScreenNode::m_scaleByAspect, "ScaleByAspect",
-                   "Adjust the size of any rendered objects depending on the aspect of the screen.", false),
-                Out(&CScreenNode::m_renderOut, "Render", "This step of the render chain"),
-            }};
+    return {
+        In(&CScreenNode::m_renderIn, "Render", "Previous step of the render chain"),
+        In(&CScreenNode::m_viewport, "Viewport", "Part of the target drawn to, as fractions of it",
+           {{0, 0, 1, 1}, {0.01f, 0.01f, 0.02f, 0.02f}, {0, 0, 0, 0}, {1, 1, 2, 2}}),
+        In(&CScreenNode::m_camPos, "CamPos", "Camera position", {{0, 0, -2}, 0.1f, 10000.0f}),
+        In(&CScreenNode::m_camRot, "CamRot", "Camera rotation in degrees", {{0, 0, 0}, 0.1f, 10000.0f}),
+        In(&CScreenNode::m_camFov, "CamFov", "Vertical field of view in degrees", {45.0f, 1.0f, 0.1f, 179.0f}),
+        In(&CScreenNode::m_camNear, "CamNear", "Near clipping distance", {0.1f, 1.0f, 0.01f, 100000.0f}),
+        In(&CScreenNode::m_camFar, "CamFar", "Far clipping distance", {1000.0f, 1.0f, 0.01f, 100000.0f}),
+        In(&CScreenNode::m_scaleByAspect, "ScaleByAspect",
+           "Adjust the size of any rendered objects depending on the aspect of the screen.", false),
+        Out(&CScreenNode::m_renderOut, "Render", "This step of the render chain"),
+    };
 }
 
 bool CScreenNode::Init()

@@ -122,22 +122,20 @@ CNodeDeclaration DeclareNode<CShaderNode>()
     const std::vector<SChoice> cullModes = {
         {0, "None"}, {1, "Cull forward facing polygons"}, {2, "Cull backward facing polygons"}};
     return {
-        "A customer cgfx shader",
-        {
-            In(&CShaderNode::m_depthTest, "DepthTest", "Test any written values against the depth buffer", true),
-            In(&CShaderNode::m_depthWrite, "DepthWrite", "Write to the depth buffer when rendering new objects", true),
-            In(&CShaderNode::m_srcBlend, "SrcBlend", "Source blend mode", {1, 0, 11, blends}),
-            In(&CShaderNode::m_dstBlend, "DstBlend", "Destination blend mode", {0, 0, 11, blends}),
-            In(&CShaderNode::m_cullMode, "CullMode", "Cull mode", {2, 0, 2, cullModes}),
-            InEach(&CShaderNode::m_vectorPorts, "In", "123", "Input vector #", {{0, 0, 0}, 0.001f, 10000.0f}),
-            InEach(&CShaderNode::m_colorPorts, "Color", "12", "Input color #", {{1, 1, 1, 1}}),
-            In(&CShaderNode::m_shader, "Shader", kShaderDescription, kDefaultFragment),
-            In(&CShaderNode::m_randomSeed, "RandomSeed", "Random seed to be used by the rand() and srand() functions",
-               {1, 1, 100000}),
-            In(&CShaderNode::m_expression, "Expression", kExpressionDescription, ""),
-            InEach(&CShaderNode::m_texturePorts, "Texture", "123", "Texture #"),
-            Out(&CShaderNode::m_effect, "Effect", "Effect"),
-        }};
+        In(&CShaderNode::m_depthTest, "DepthTest", "Test any written values against the depth buffer", true),
+        In(&CShaderNode::m_depthWrite, "DepthWrite", "Write to the depth buffer when rendering new objects", true),
+        In(&CShaderNode::m_srcBlend, "SrcBlend", "Source blend mode", {1, 0, 11, blends}),
+        In(&CShaderNode::m_dstBlend, "DstBlend", "Destination blend mode", {0, 0, 11, blends}),
+        In(&CShaderNode::m_cullMode, "CullMode", "Cull mode", {2, 0, 2, cullModes}),
+        InEach(&CShaderNode::m_vectorPorts, "In", "123", "Input vector #", {{0, 0, 0}, 0.001f, 10000.0f}),
+        InEach(&CShaderNode::m_colorPorts, "Color", "12", "Input color #", {{1, 1, 1, 1}}),
+        In(&CShaderNode::m_shader, "Shader", kShaderDescription, kDefaultFragment),
+        In(&CShaderNode::m_randomSeed, "RandomSeed", "Random seed to be used by the rand() and srand() functions",
+           {1, 1, 100000}),
+        In(&CShaderNode::m_expression, "Expression", kExpressionDescription, ""),
+        InEach(&CShaderNode::m_texturePorts, "Texture", "123", "Texture #"),
+        Out(&CShaderNode::m_effect, "Effect", "Effect"),
+    };
 }
 
 CShaderNode::~CShaderNode()

@@ -110,18 +110,17 @@ CNodeDeclaration DeclareNode<CCopyTextureNode>()
         {1, "50% of source size"},   {2, "25% of source size"},    {3, "12.5% of source size"},
         {4, "6.25% of source size"}, {5, "3.125% of source size"},
     };
-    return {"Copies one texture to another",
-            {
-                In(&CCopyTextureNode::m_textureSize, "TextureSize", "Size of the copy", {2, 1, 5, sizes}),
-                In(&CCopyTextureNode::m_createMipMaps, "CreateMipMaps", "Build the smaller levels of the copy", false),
-                InEach(&CCopyTextureNode::m_vectorPorts, "In", "123", "Input vector #", {{0, 0, 0}, 0.001f, 10000.0f}),
-                InEach(&CCopyTextureNode::m_colorPorts, "Color", "12", "Input color #", {{1, 1, 1, 1}}),
-                In(&CCopyTextureNode::m_shader, "Shader", kShaderDescription, kDefaultFragment),
-                In(&CCopyTextureNode::m_texturePorts, 0, "Texture", "The texture to copy (tex1)"),
-                In(&CCopyTextureNode::m_texturePorts, 1, "Texture2", "Texture 2 (tex2)"),
-                In(&CCopyTextureNode::m_texturePorts, 2, "Texture3", "Texture 3 (tex3)"),
-                Out(&CCopyTextureNode::m_out, "Texture", "The copy"),
-            }};
+    return {
+        In(&CCopyTextureNode::m_textureSize, "TextureSize", "Size of the copy", {2, 1, 5, sizes}),
+        In(&CCopyTextureNode::m_createMipMaps, "CreateMipMaps", "Build the smaller levels of the copy", false),
+        InEach(&CCopyTextureNode::m_vectorPorts, "In", "123", "Input vector #", {{0, 0, 0}, 0.001f, 10000.0f}),
+        InEach(&CCopyTextureNode::m_colorPorts, "Color", "12", "Input color #", {{1, 1, 1, 1}}),
+        In(&CCopyTextureNode::m_shader, "Shader", kShaderDescription, kDefaultFragment),
+        In(&CCopyTextureNode::m_texturePorts, 0, "Texture", "The texture to copy (tex1)"),
+        In(&CCopyTextureNode::m_texturePorts, 1, "Texture2", "Texture 2 (tex2)"),
+        In(&CCopyTextureNode::m_texturePorts, 2, "Texture3", "Texture 3 (tex3)"),
+        Out(&CCopyTextureNode::m_out, "Texture", "The copy"),
+    };
 }
 
 CCopyTextureNode::~CCopyTextureNode()

@@ -8,11 +8,10 @@
 template <>
 CNodeDeclaration DeclareNode<CPersistentTextureNode>()
 {
-    return {"Stores the sent in texture and allow the texture stored during the previous update to be used",
-            {
-                In(&CPersistentTextureNode::m_in, "Texture", "The texture to keep until the next frame"),
-                Out(&CPersistentTextureNode::m_out, "Texture", "The texture we got as input the previous frame"),
-            }};
+    return {
+        In(&CPersistentTextureNode::m_in, "Texture", "The texture to keep until the next frame"),
+        Out(&CPersistentTextureNode::m_out, "Texture", "The texture we got as input the previous frame"),
+    };
 }
 
 std::shared_ptr<CTexture> CPTTexture::GetTexture(CRender*)

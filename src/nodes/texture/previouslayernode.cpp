@@ -31,12 +31,9 @@ template <>
 CNodeDeclaration DeclareNode<CPreviousLayerNode>()
 {
     return {
-        "A texture that contains the previous rendered layer (Background and foreground layers combined). "
-        "This node only works in postprocessing scenes",
-        {
-            In(&CPreviousLayerNode::m_createMipMaps, "CreateMipMaps", "Build the smaller levels of the texture", false),
-            Out(&CPreviousLayerNode::m_color, "Color", "The background and foreground layers combined"),
-        }};
+        In(&CPreviousLayerNode::m_createMipMaps, "CreateMipMaps", "Build the smaller levels of the texture", false),
+        Out(&CPreviousLayerNode::m_color, "Color", "The background and foreground layers combined"),
+    };
 }
 
 CPreviousLayerNode::CPreviousLayerNode() = default;

@@ -47,26 +47,23 @@ CNodeDeclaration DeclareNode<CRenderToTextureNode>()
         {5, "3.125% of render size"},
     };
     return {
-        "Converts a render port to a texture port.",
-        {
-            In(&CRenderToTextureNode::m_format, "Format", "Pixel format of the texture", {1, 1, 6, formats}),
-            In(&CRenderToTextureNode::m_width, "Width", "Width of the texture", {0, -1, 5, sizeSteps}),
-            In(&CRenderToTextureNode::m_height, "Height", "Height of the texture", {0, -1, 5, sizeSteps}),
-            In(&CRenderToTextureNode::m_widthCustom, "WidthCustom", "Width in pixels for a custom size",
-               {256, 1, MaxCustomSize}),
-            In(&CRenderToTextureNode::m_heightCustom, "HeightCustom", "Height in pixels for a custom size",
-               {256, 2, MaxCustomSize}),
-            In(&CRenderToTextureNode::m_createMipMaps, "CreateMipMaps", "Build the smaller levels of the texture",
-               true),
-            In(&CRenderToTextureNode::m_swapTime, "ColorNextSwapTime",
-               "Seconds between swaps of Color and ColorNext; 0 swaps every frame", {0.0f, 0.001f, 0.0f, 10.0f}),
-            In(&CRenderToTextureNode::m_effect, "Effect", "Effect applied to the whole texture"),
-            In(&CRenderToTextureNode::m_render, "Render", "Render chain drawn into the texture"),
-            Out(&CRenderToTextureNode::m_color, "Color", "The texture drawn this frame"),
-            Out(&CRenderToTextureNode::m_colorNext, "ColorNext",
-                "The next color texture we are going to render to. Use this texture before its overwritten/reused in "
-                "the next frame"),
-        }};
+        In(&CRenderToTextureNode::m_format, "Format", "Pixel format of the texture", {1, 1, 6, formats}),
+        In(&CRenderToTextureNode::m_width, "Width", "Width of the texture", {0, -1, 5, sizeSteps}),
+        In(&CRenderToTextureNode::m_height, "Height", "Height of the texture", {0, -1, 5, sizeSteps}),
+        In(&CRenderToTextureNode::m_widthCustom, "WidthCustom", "Width in pixels for a custom size",
+           {256, 1, MaxCustomSize}),
+        In(&CRenderToTextureNode::m_heightCustom, "HeightCustom", "Height in pixels for a custom size",
+           {256, 2, MaxCustomSize}),
+        In(&CRenderToTextureNode::m_createMipMaps, "CreateMipMaps", "Build the smaller levels of the texture", true),
+        In(&CRenderToTextureNode::m_swapTime, "ColorNextSwapTime",
+           "Seconds between swaps of Color and ColorNext; 0 swaps every frame", {0.0f, 0.001f, 0.0f, 10.0f}),
+        In(&CRenderToTextureNode::m_effect, "Effect", "Effect applied to the whole texture"),
+        In(&CRenderToTextureNode::m_render, "Render", "Render chain drawn into the texture"),
+        Out(&CRenderToTextureNode::m_color, "Color", "The texture drawn this frame"),
+        Out(&CRenderToTextureNode::m_colorNext, "ColorNext",
+            "The next color texture we are going to render to. Use this texture before its overwritten/reused in "
+            "the next frame"),
+    };
 }
 
 // ---- CRTTColor ----

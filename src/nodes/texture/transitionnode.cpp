@@ -32,15 +32,12 @@ template <>
 CNodeDeclaration DeclareNode<CTransitionNode>()
 {
     return {
-        "The scene we are moving from and the scene we are moving to during a transition. This node only works in "
-        "transition scenes.",
-        {
-            In(&CTransitionNode::m_createMipMaps, "CreateMipMaps", "Build the smaller levels of both textures", false),
-            Out(&CTransitionNode::m_outputs, CTransitionNode::From, "FromScene",
-                "The scene we are moving away from. At scene time 0.0 this should cover the whole screen"),
-            Out(&CTransitionNode::m_outputs, CTransitionNode::To, "ToScene",
-                "The scene we are moving to. At scene time 1.0 this should cover the whole screen."),
-        }};
+        In(&CTransitionNode::m_createMipMaps, "CreateMipMaps", "Build the smaller levels of both textures", false),
+        Out(&CTransitionNode::m_outputs, CTransitionNode::From, "FromScene",
+            "The scene we are moving away from. At scene time 0.0 this should cover the whole screen"),
+        Out(&CTransitionNode::m_outputs, CTransitionNode::To, "ToScene",
+            "The scene we are moving to. At scene time 1.0 this should cover the whole screen."),
+    };
 }
 
 // ---- CTransitionNodeTexture ----

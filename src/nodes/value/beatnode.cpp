@@ -9,14 +9,12 @@ template <>
 CNodeDeclaration DeclareNode<CBeatNode>()
 {
     return {
-        "Detects the beat in the currently playing music and output its as a value going from 0.0 to 1.0",
-        {
-            In(&CBeatNode::m_noMusic, "NoMusic", "Output while there is no music", {1.0f, 0.1f, -10000.0f, 10000.0f}),
-            In(&CBeatNode::m_amplification, "Amplification", "Factor on the beat value", {1.0f, 0.01f, 0.0f, 10000.0f}),
-            In(&CBeatNode::m_min, "Min", "Output at beat 0", {0.0f, 0.01f, -10000.0f, 10000.0f}),
-            In(&CBeatNode::m_max, "Max", "Output at beat 1, and its ceiling", {1.0f, 0.01f, -10000.0f, 10000.0f}),
-            Out(&CBeatNode::m_beatStrength, "BeatStrength", "The beat, from Min to Max", {0.0f, 0.01f, 0.0f, 1.0f}),
-        }};
+        In(&CBeatNode::m_noMusic, "NoMusic", "Output while there is no music", {1.0f, 0.1f, -10000.0f, 10000.0f}),
+        In(&CBeatNode::m_amplification, "Amplification", "Factor on the beat value", {1.0f, 0.01f, 0.0f, 10000.0f}),
+        In(&CBeatNode::m_min, "Min", "Output at beat 0", {0.0f, 0.01f, -10000.0f, 10000.0f}),
+        In(&CBeatNode::m_max, "Max", "Output at beat 1, and its ceiling", {1.0f, 0.01f, -10000.0f, 10000.0f}),
+        Out(&CBeatNode::m_beatStrength, "BeatStrength", "The beat, from Min to Max", {0.0f, 0.01f, 0.0f, 1.0f}),
+    };
 }
 
 void CBeatNode::Update(float time, CSceneContext*)

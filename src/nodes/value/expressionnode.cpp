@@ -7,8 +7,7 @@
 template <>
 CNodeDeclaration DeclareNode<CExpressionNode>()
 {
-    return {"Math expression evaluator. Please see the website for a detailed description of this node",
-            EEvaluation::EveryPull,
+    return {EEvaluation::EveryPull,
             {
                 InEach(&CExpressionNode::m_inputs, "In", "12345", "Input, in# in the expression",
                        {0.0f, 0.01f, -10000.0f, 10000.0f}),

@@ -2,36 +2,23 @@
 
 #include "scene/nodedeclaration.h"
 
-#include <algorithm>
 #include <cmath>
 
 template <>
 CNodeDeclaration DeclareNode<CHSVAToColor>()
 {
-    return {"Converts a Hue, Saturation, Value and alpha component to a color",
-            EEvaluation::EveryPull,
-            {
-                In(&CHSVAToColor::m_hue, "Hue", "Hue in degrees", {0.0f, 1.0f, 0.0f, 360.0f}),
-                In(&CHSVAToColor::m_saturation, "Saturation", "Saturation", {0.0f, 0.01f, 0.0f, 1.0f}),
-                In(&CHSVAToColor::m_value, "Value", "Brightness", {1.0f, 0.01f, 0.0f, 1.0f}),
-                In(&CHSVAToColor::m_alpha, "Alpha", "Opacity", {1.0f, 0.01f, 0.0f, 1.0f}),
-                Out(&CHSVAToColor::m_color, "Color", "The colour", {{1, 1, 1, 1}}),
-            }};
+    return {EEvaluation::EveryPull, {Inherited<CHSVAToColor>(CHSVAToColor::Ports(0.0f, "Value", "Brightness", 1.0f))}};
 }
 
-void CHSVAToColor::Update(float time, CSceneContext*)
+std::array<float, 3> CHSVAToColor::ToRgb(float hue, float s, float v) const
 {
-    UpdateInPorts(time);
-    const float s = m_saturation->m_value;
-    const float v = m_value->m_value;
-    float rgb[3] = {v, v, v};
+    std::array<float, 3> rgb = {v, v, v};
     if (std::fabs(s) > 1e-05f) {
         if (std::fabs(v) <= 1e-05f) {
             rgb[0] = rgb[1] = rgb[2] = 0.0f;
         } else {
             // A connected hue isn't limited to its port's range.
-            const float hue = std::isfinite(m_hue->m_value) ? m_hue->m_value : 0.0f;
-            const float h = hue / 60.0f;
+            const float h = (std::isfinite(hue) ? hue : 0.0f) / 60.0f;
             const float i = std::floor(h);
             const float f = h - i;
             const float p = v * (1.0f - s);
@@ -50,8 +37,5 @@ void CHSVAToColor::Update(float time, CSceneContext*)
             }
         }
     }
-    for (int i = 0; i < 3; ++i)
-        m_color->m_value[size_t(i)] = std::clamp(rgb[i], 0.0f, 1.0f);
-    m_color->m_value[3] = m_alpha->m_value;
-    m_color->m_changed = true;
+    return rgb;
 }

@@ -20,23 +20,20 @@ constexpr int FallingRamp = 4;
 template <>
 CNodeDeclaration DeclareNode<CMinMaxNode>()
 {
-    return {"Interpolates a float value using delay times. Doesn't handle \"local\" evaluators",
-            {
-                In(&CMinMaxNode::m_min, "Min", "Lowest allowed value", {0.0f, 1.0f, -100000.0f, 100000.0f}),
-                In(&CMinMaxNode::m_max, "Max", "Highest allowed value", {1.0f, 1.0f, -100000.0f, 100000.0f}),
-                In(&CMinMaxNode::m_mode, "Mode", "How the next target value is chosen", {1, 0, 4}),
-                In(&CMinMaxNode::m_delayMin, "DelayMin", "Lowest delay between two moves, seconds",
-                   {0.0f, 1.0f, 0.0f, 100000.0f}),
-                In(&CMinMaxNode::m_delayMax, "DelayMax", "Highest delay between two moves, seconds",
-                   {0.0f, 1.0f, 0.0f, 100000.0f}),
-                In(&CMinMaxNode::m_delayMode, "DelayMode", "How the next delay is chosen", {1, 0, 4}),
-                In(&CMinMaxNode::m_iTimeMin, "ITimeMin", "Lowest interpolation time, seconds",
-                   {3.0f, 1.0f, 0.0f, 100000.0f}),
-                In(&CMinMaxNode::m_iTimeMax, "ITimeMax", "Highest interpolation time, seconds",
-                   {20.0f, 1.0f, 0.0f, 100000.0f}),
-                In(&CMinMaxNode::m_iTimeMode, "ITimeMode", "How the next interpolation time is chosen", {1, 0, 4}),
-                Out(&CMinMaxNode::m_value, "Value", "The value", {0.0f, 0.01f, 0.0f, 1.0f}),
-            }};
+    return {
+        In(&CMinMaxNode::m_min, "Min", "Lowest allowed value", {0.0f, 1.0f, -100000.0f, 100000.0f}),
+        In(&CMinMaxNode::m_max, "Max", "Highest allowed value", {1.0f, 1.0f, -100000.0f, 100000.0f}),
+        In(&CMinMaxNode::m_mode, "Mode", "How the next target value is chosen", {1, 0, 4}),
+        In(&CMinMaxNode::m_delayMin, "DelayMin", "Lowest delay between two moves, seconds",
+           {0.0f, 1.0f, 0.0f, 100000.0f}),
+        In(&CMinMaxNode::m_delayMax, "DelayMax", "Highest delay between two moves, seconds",
+           {0.0f, 1.0f, 0.0f, 100000.0f}),
+        In(&CMinMaxNode::m_delayMode, "DelayMode", "How the next delay is chosen", {1, 0, 4}),
+        In(&CMinMaxNode::m_iTimeMin, "ITimeMin", "Lowest interpolation time, seconds", {3.0f, 1.0f, 0.0f, 100000.0f}),
+        In(&CMinMaxNode::m_iTimeMax, "ITimeMax", "Highest interpolation time, seconds", {20.0f, 1.0f, 0.0f, 100000.0f}),
+        In(&CMinMaxNode::m_iTimeMode, "ITimeMode", "How the next interpolation time is chosen", {1, 0, 4}),
+        Out(&CMinMaxNode::m_value, "Value", "The value", {0.0f, 0.01f, 0.0f, 1.0f}),
+    };
 }
 
 float CMinMaxNode::Read(CPortFloat* port)

@@ -7,8 +7,7 @@
 template <>
 CNodeDeclaration DeclareNode<CRGBAToColor>()
 {
-    return {"Combines a red, green, blue and alpha component to a color",
-            EEvaluation::EveryPull,
+    return {EEvaluation::EveryPull,
             {
                 In(&CRGBAToColor::m_components, 0, "Red", "The red component", {1.0f, 0.01f, 0.0f, 1.0f}),
                 In(&CRGBAToColor::m_components, 1, "Green", "The green component", {1.0f, 0.01f, 0.0f, 1.0f}),

@@ -9,8 +9,7 @@
 template <>
 CNodeDeclaration DeclareNode<CRotatorNode>()
 {
-    return {"Computes rotation values",
-            EEvaluation::EveryPull,
+    return {EEvaluation::EveryPull,
             {
                 InEach(&CRotatorNode::m_start, "StartRot", "XYZ", "Added to the angle, in degrees",
                        {0.0f, 1.0f, -1000.0f, 1000.0f}),

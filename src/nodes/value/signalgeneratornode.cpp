@@ -36,9 +36,7 @@ float Wave(int type, float x)
 template <>
 CNodeDeclaration DeclareNode<CSignalGeneratorNode>()
 {
-    return {"Creates a wave form value of various types including sin, square, triangle, saw tooth and random. "
-            "Generated values range from -1 to 1. Change the offset and amplitude to change this",
-            EEvaluation::EveryPull,
+    return {EEvaluation::EveryPull,
             {
                 In(&CSignalGeneratorNode::m_waveformType, "WaveformType", "The wave",
                    {0, 0, 5, {{0, "Sine"}, {1, "Square"}, {2, "Triangle"}, {3, "Sawtooth"}, {4, "Random"}}}),

@@ -7,8 +7,7 @@
 template <>
 CNodeDeclaration DeclareNode<CSinNode>()
 {
-    return {"Sin math function. NOTE: This node is depricated. Use SignalGenerator instead",
-            EEvaluation::EveryPull,
+    return {EEvaluation::EveryPull,
             {
                 In(&CSinNode::m_min, "Min", "Bottom of the wave", {0.0f, 0.01f, -10000.0f, 10000.0f}),
                 In(&CSinNode::m_max, "Max", "Top of the wave", {1.0f, 0.01f, -10000.0f, 10000.0f}),

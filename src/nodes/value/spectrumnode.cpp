@@ -7,11 +7,7 @@
 template <>
 CNodeDeclaration DeclareNode<CSpectrumNode>()
 {
-    return {
-        "The current music as a spectrum",
-        EEvaluation::EveryPull,
-        {Within(&CSpectrumNode::m_ports, SChannelPorts::Ports())},
-    };
+    return {EEvaluation::EveryPull, {Within(&CSpectrumNode::m_ports, SChannelPorts::Ports())}};
 }
 
 void CSpectrumNode::Update(float time, CSceneContext*)

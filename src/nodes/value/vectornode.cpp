@@ -8,7 +8,6 @@ template <>
 CNodeDeclaration DeclareNode<CVectorNode>()
 {
     return {
-        "Combines a x, y and z component to a 3d vector",
         EEvaluation::EveryPull,
         {
             InEach(&CVectorNode::m_components, "", "xyz", "The # component", {0.0f, 0.01f, -1000000.0f, 1000000.0f}),

@@ -9,8 +9,7 @@
 template <>
 CNodeDeclaration DeclareNode<CWaveformNode>()
 {
-    return {"The waveform of the music in the range -1.0 to 1.0",
-            EEvaluation::EveryPull,
+    return {EEvaluation::EveryPull,
             {
                 Within(&CWaveformNode::m_ports, SChannelPorts::Ports()),
                 Out(&CWaveformNode::m_avgLeft, "AvgLeftChannel", "The left channel's average value",
