@@ -26,6 +26,8 @@ packages=(
   xvfb xauth libgl1-mesa-dri libegl-mesa0
   # test fixtures
   sox fonts-dejavu-core
+  # process tools the run tests use (pgrep)
+  procps
 )
 
 missing=()
