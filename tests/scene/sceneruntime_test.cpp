@@ -1,6 +1,6 @@
 #include "app/cfg.h"
 #include "app/runinfo.h"
-#include "ports/types/portfloat.h"
+#include "scene/nodedeclaration.h"
 #include "scene/scene.h"
 #include "scenenodes.h"
 
@@ -25,11 +25,6 @@ struct SSeen
 class CContextProbeNode : public CNode
 {
 public:
-    bool Init() override
-    {
-        m_out = GetOutPort<CPortFloat>("Out");
-        return m_out != nullptr;
-    }
     void Update(float time, CSceneContext* context) override
     {
         s_seen->push_back({time, context->m_deltaTime, context->m_warmingUp, context->m_firstUpdate,
@@ -47,8 +42,8 @@ class SceneRuntime : public ::testing::Test
 protected:
     SceneRuntime() : m_factory(CNodeFactory::Get())
     {
-        m_probeInfo = std::make_unique<CNodeInfo>(NG_Sound, "Beat", [] { return static_cast<CNode*>(new CContextProbeNode); });
-        m_probeInfo->AddOutPort(std::make_unique<CPortFloat>("Out", "time seen", 0.0f, 0.1f, -1e9f, 1e9f));
+        const CNodeDeclaration probe = {Out(&CContextProbeNode::m_out, "Out", "time seen", {0.0f, 0.1f, -1e9f, 1e9f})};
+        m_probeInfo = probe.MakeInfo(NG_Sound, "Beat", "");
         m_factory->Add(m_probeInfo.get());
         CContextProbeNode::s_seen = &m_seen;
     }

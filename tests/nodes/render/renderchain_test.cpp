@@ -7,7 +7,7 @@
 #include "nodes/render/renderrectnode.h"
 #include "ports/types/dataports.h"
 #include "render/fx.h"
-#include "scene/nodeinfo.h"
+#include "scene/nodedeclaration.h"
 #include "scene/pdeffect.h"
 #include "scene/pdobject.h"
 #include "scene/renderlist.h"
@@ -100,7 +100,6 @@ Journal* g_journal = nullptr;
 class CJournalEffectNode : public CNode, public CPDEffect
 {
 public:
-    bool Init() override { return (m_out = GetOutPort<CPortEffect>("Effect")) != nullptr; }
     void Update(float, CSceneContext*) override { m_out->m_value = this; }
     CFxPass* Begin() override
     {
@@ -130,13 +129,6 @@ public:
 class CJournalObjectNode : public CNode, public CPDObject
 {
 public:
-    bool Init() override
-    {
-        m_effect = GetInPort<CPortEffect>("Effect");
-        m_next = GetInPort<CPortObject>("Object");
-        m_out = GetOutPort<CPortObject>("Object");
-        return m_effect && m_next && m_out;
-    }
     void Update(float time, CSceneContext*) override
     {
         UpdateInPorts(time);
@@ -162,12 +154,13 @@ protected:
     RenderChain() : m_factory(CNodeFactory::Get())
     {
         m_factory->Init(NodeTypes());
-        m_effectInfo = std::make_unique<CNodeInfo>(NG_Effects, "Bloom", [] { return static_cast<CNode*>(new CJournalEffectNode); });
-        m_effectInfo->AddOutPort(std::make_unique<CPortEffect>("Effect", ""));
-        m_objectInfo = std::make_unique<CNodeInfo>(NG_Objects, "MeshObject", [] { return static_cast<CNode*>(new CJournalObjectNode); });
-        m_objectInfo->AddInPort(std::make_unique<CPortEffect>("Effect", ""));
-        m_objectInfo->AddInPort(std::make_unique<CPortObject>("Object", ""));
-        m_objectInfo->AddOutPort(std::make_unique<CPortObject>("Object", ""));
+        m_effectInfo = CNodeDeclaration({Out(&CJournalEffectNode::m_out, "Effect", "")}).MakeInfo(NG_Effects, "Bloom", "");
+        const CNodeDeclaration object = {
+            In(&CJournalObjectNode::m_effect, "Effect", ""),
+            In(&CJournalObjectNode::m_next, "Object", ""),
+            Out(&CJournalObjectNode::m_out, "Object", ""),
+        };
+        m_objectInfo = object.MakeInfo(NG_Objects, "MeshObject", "");
         m_factory->Add(m_effectInfo.get());
         m_factory->Add(m_objectInfo.get());
         g_journal = &m_render.m_journal;

@@ -11,8 +11,8 @@
 #include "render/texture.h"
 #include "render/texturemanager.h"
 #include "renderogl/glfixture.h"
+#include "scene/nodedeclaration.h"
 #include "scene/nodefactory.h"
-#include "scene/nodeinfo.h"
 #include "scene/pdobject.h"
 #include "scene/pdtexture.h"
 #include "scene/renderlist.h"
@@ -71,17 +71,11 @@ public:
 // A front-facing square over the same area as a RenderRect, with the same
 // texture coordinates (v is 1 at the top), drawn as an object through the
 // render list: the camera and the world matrix place it. Registered under a
-// type name of the factory's order that no engine node uses yet.
+// planned type name of the catalogue that no engine node uses yet.
 class CSquareObjectNode : public CNode, public CPDObject
 {
 public:
     ~CSquareObjectNode() override { InvalidateDevice(nullptr); }
-    bool Init() override
-    {
-        m_effect = GetInPort<CPortEffect>("Effect");
-        m_out = GetOutPort<CPortObject>("Object");
-        return m_effect && m_out;
-    }
     void Update(float time, CSceneContext*) override
     {
         UpdateInPorts(time);
@@ -116,11 +110,11 @@ public:
 
     static std::unique_ptr<CNodeInfo> Declare()
     {
-        auto info = std::make_unique<CNodeInfo>(NG_Objects, "MeshObject",
-                                                [] { return static_cast<CNode*>(new CSquareObjectNode); });
-        info->AddInPort(std::make_unique<CPortEffect>("Effect", "effect"));
-        info->AddOutPort(std::make_unique<CPortObject>("Object", "object"));
-        return info;
+        const CNodeDeclaration declaration = {
+            In(&CSquareObjectNode::m_effect, "Effect", "effect"),
+            Out(&CSquareObjectNode::m_out, "Object", "object"),
+        };
+        return declaration.MakeInfo(NG_Objects, "MeshObject", "");
     }
 
     CPortEffect* m_effect = nullptr;
