@@ -82,7 +82,7 @@ void BM_Director_Switch(benchmark::State& state)
         for (auto _ : state) {
             CLumora director(config, CClock::System());
             director.m_render = render.get();
-            director.m_windowMode = 5;
+            director.m_run.m_windowMode = EWindowMode::Record;
             director.Init();
             director.DeserializeProject(playlist);
             std::vector<double> frames;

@@ -42,7 +42,7 @@ void SceneFrame(benchmark::State& state, const std::string& path, int width, int
         CCfg config;
         CLumora director(config, CClock::System());
         director.m_render = &render;
-        director.m_windowMode = 3;
+        director.m_run.m_windowMode = EWindowMode::Window;
         director.Init();
         auto scene = std::make_unique<CScene>();
         if (!scene->Load(path, true) || !director.PlayOnly(std::move(scene))) {

@@ -71,7 +71,7 @@ enum class EAction
 struct SOptions
 {
     EAction action = EAction::Run;
-    int windowMode = 2;
+    EWindowMode windowMode = EWindowMode::FullScreen;
     int frames = 0;
     std::string startScene;
     bool headless = false;
@@ -139,9 +139,9 @@ SOptions ParseCommandLine(int argc, char** argv)
     // Of the switches that choose the same thing, the last one given counts.
     for (const QString& name : parser.optionNames()) {
         if (name == "window")
-            options.windowMode = 3;
+            options.windowMode = EWindowMode::Window;
         else if (name == "fullscreen")
-            options.windowMode = 2;
+            options.windowMode = EWindowMode::FullScreen;
         else if (name == "list-node-types")
             options.action = EAction::ListNodeTypes;
         else if (name == "list-audio-sources")
@@ -200,7 +200,7 @@ int RunVisualizer(const SOptions& options)
 {
     CLumoraApp app(CClock::System());
     CAppTypeWin host(&app, MakeRenderOGL);
-    host.m_appType = 0;
+    host.m_appType = EAppType::Visualizer;
     host.m_windowMode = options.windowMode;
     host.m_maxFrames = options.frames;
     if (!host.Init())
@@ -225,7 +225,7 @@ int RunVisualizer(const SOptions& options)
     }
     if (StoppedWhileStarting(host))
         return 0;
-    app.Start(*host.m_config, host.m_render.get(), host.m_windowMode, host.m_appType);
+    app.Start(*host.m_config, host.m_render.get(), host.RunInfo());
     std::string path = options.startScene;
     if (path.empty())
         path = host.m_config->Playlist.empty() ? std::string(kDefaultPlaylist) : host.m_config->Playlist;

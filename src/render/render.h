@@ -4,6 +4,7 @@
 #include "render/monitor.h"
 #include "render/renderdata.h"
 #include "render/rendertypes.h"
+#include "render/runmode.h"
 #include "render/vertexbuffer.h"
 
 #include <array>
@@ -12,18 +13,6 @@
 #include <vector>
 
 class CUserApp3d;
-
-// Window kinds, the argument of CreateScreen; the same numbers as the host's
-// window modes 1 to 6.
-enum
-{
-    WK_Preview = 1,
-    WK_FullScreen = 2,
-    WK_Window = 3,
-    WK_Child = 4,
-    WK_Record = 5,
-    WK_Screenshot = 6,
-};
 
 // Platform-free form of the window events the host handles.
 enum class EWindowEvent
@@ -88,7 +77,7 @@ public:
     virtual bool CheckSupport() { return false; }
     // Starts the window system, reads the desktop and, when asked, the monitors.
     virtual bool Init(bool /*enumerateMonitors*/) { return false; }
-    virtual bool CreateScreen(int /*kind*/, bool /*visible*/) { return false; }
+    virtual bool CreateScreen(EWindowMode /*kind*/, bool /*visible*/) { return false; }
     virtual bool Initialize3DEnvironment() { return false; }
     // One frame over all windows; with `clearOnly` the application draws nothing.
     virtual bool Render3DEnvironment(bool /*clearOnly*/) { return false; }
@@ -121,10 +110,10 @@ public:
     bool m_failed = false;
     CUserApp3d* m_app = nullptr;
 
-    // The window choice: the kind of run, its window mode (a WK_ value) and,
-    // for a recording, the size of its frames.
-    int m_appType = 0;
-    int m_windowMode = WK_FullScreen;
+    // The window choice: the kind of run, its window mode and, for a
+    // recording, the size of its frames.
+    EAppType m_appType = EAppType::Visualizer;
+    EWindowMode m_windowMode = WK_FullScreen;
     int m_recordWidth = 1920;
     int m_recordHeight = 1080;
     std::vector<CMonitor> m_monitors;

@@ -128,7 +128,7 @@ bool CRenderWin::CreateOneWindow(const char* title, const SRect& rect, bool visi
     return true;
 }
 
-bool CRenderWin::CreateScreen(int kind, bool visible)
+bool CRenderWin::CreateScreen(EWindowMode kind, bool visible)
 {
     TRACE("CRenderWin::CreateScreen");
     struct SKind

@@ -33,7 +33,7 @@ public:
     bool CheckSupport() override { return true; }
     // Starts video, reads the desktop and, when asked, the monitors.
     bool Init(bool enumerateMonitors) override;
-    bool CreateScreen(int kind, bool visible) override;
+    bool CreateScreen(EWindowMode kind, bool visible) override;
     void DestroyScreen();
     bool Initialize3DEnvironment() override;
     bool Render3DEnvironment(bool clearOnly) override;

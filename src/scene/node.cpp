@@ -240,3 +240,8 @@ const char* CNode::GetTypeName() const
 {
     return m_info ? m_info->m_name.c_str() : "";
 }
+
+const SRunInfo& CNode::Run() const
+{
+    return m_context ? *m_context->m_run : SRunInfo::Standalone();
+}

@@ -14,6 +14,7 @@ class CRender;
 class CRenderList;
 class CRenderItemList;
 struct CSceneContext;
+struct SRunInfo;
 class QXmlStreamReader;
 class QXmlStreamWriter;
 
@@ -77,6 +78,8 @@ public:
     }
 
     const char* GetTypeName() const;
+    // The run of the node's scene, or the standalone values without a scene.
+    const SRunInfo& Run() const;
 
     bool m_updated = false;
     bool m_updateOnce = true;

@@ -58,7 +58,7 @@ void CNodeFactory::Add(CNodeInfo* info)
     m_nodeInfos.push_back(info);
 }
 
-std::unique_ptr<CNode> CNodeFactory::Create(std::string_view type)
+std::unique_ptr<CNode> CNodeFactory::Create(std::string_view type, CSceneContext* context)
 {
     const CNodeInfo* info = FindNodeInfo(type);
     if (!info) {
@@ -67,6 +67,7 @@ std::unique_ptr<CNode> CNodeFactory::Create(std::string_view type)
     }
     std::unique_ptr<CNode> node(info->m_create());
     node->SetType(*info);
+    node->m_context = context;
     node->Init();
     return node;
 }

@@ -11,6 +11,7 @@
 class CNode;
 class CNodeDeclaration;
 class CNodeInfo;
+struct CSceneContext;
 class QXmlStreamWriter;
 
 // One entry of the node type list: the type's place in the catalogue, its
@@ -36,7 +37,7 @@ public:
     // Refuses null and a name that is already there.
     void Add(CNodeInfo* info);
     // A node of the type with its ports, initialised; null for an unknown type.
-    std::unique_ptr<CNode> Create(std::string_view type);
+    std::unique_ptr<CNode> Create(std::string_view type, CSceneContext* context = nullptr);
 
     const CNodeInfo* FindNodeInfo(std::string_view type) const;
     const std::vector<CNodeInfo*>& GetNodeInfos() const { return m_nodeInfos; }

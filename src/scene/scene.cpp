@@ -3,7 +3,6 @@
 #include "app/cfg.h"
 #include "app/log.h"
 #include "app/random.h"
-#include "app/runinfo.h"
 #include "app/textutil.h"
 #include "app/trace.h"
 #include "ports/port.h"
@@ -113,7 +112,7 @@ void CScene::Update(float deltaTime, CRender* render)
         // A transition's time runs from 0 to 1 over its length.
         float length = m_runTime;
         if (!(length > 0.0f))
-            length = g_runInfo.m_config ? g_runInfo.m_config->Time : CCfg().Time;
+            length = m_context.m_run->m_config ? m_context.m_run->m_config->Time : CCfg().Time;
         if (!(length > 0.0f))
             length = MinTransitionLength;
         step = deltaTime / length;
@@ -190,12 +189,14 @@ void CScene::GenerateMeshes()
     }
 }
 
-bool CScene::IsPreviewRun()
+bool CScene::IsPreviewRun() const
 {
-    if (g_runInfo.m_appType == 5)
+    const SRunInfo& run = *m_context.m_run;
+    if (run.IsEditor())
         return true;
-    return g_runInfo.m_windowMode == 2 && g_runInfo.m_config &&
-           g_runInfo.m_config->StartScene.find(".lmc") != std::string::npos;
+    // The front end previews a scene by starting a full-screen run of it.
+    return run.m_windowMode == EWindowMode::FullScreen && run.m_config &&
+           run.m_config->StartScene.find(".lmc") != std::string::npos;
 }
 
 void CScene::FrameFinished()
@@ -313,11 +314,10 @@ int32_t CScene::CheckCompatibility(const CSceneBase* other) const
 
 CNode* CScene::AddNode(std::string_view type)
 {
-    std::unique_ptr<CNode> node = m_factory->Create(type);
+    std::unique_ptr<CNode> node = m_factory->Create(type, &m_context);
     if (!node)
         return nullptr;
     node->m_name = UniqueName(type);
-    node->m_context = &m_context;
     CNode* added = node.get();
     m_nodes.push_back(std::move(node));
     if (!m_root && type == "Screen")

@@ -91,6 +91,8 @@ public:
     static void SetSnapshotSource(SceneSnapshotSource source);
 
     const CSceneContext& GetContext() const { return m_context; }
+    // The run the scene plays in, for its nodes; it must outlive the scene.
+    void SetRunInfo(const SRunInfo& run) { m_context.m_run = &run; }
     // The first "Screen" node, or null.
     CNode* GetRoot() const { return m_root; }
     // Seconds the scene has been updated, warm-up included.
@@ -129,7 +131,7 @@ private:
     void UpdateGraph(float step, bool warmingUp, CRender* render);
     void GenerateMeshes();
     // A transition scene in an editor's or the front end's preview repeats.
-    static bool IsPreviewRun();
+    bool IsPreviewRun() const;
     CPort* FindPort(std::string_view path, bool input, std::string* component) const;
 
     CRenderList m_renderList;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "scene/runinfo.h"
+
 class CRender;
 class CCamera;
 
@@ -22,4 +24,6 @@ struct CSceneContext
     CCamera* m_camera = nullptr;
     float m_timeScale = 1.0f;
     int m_frame = 0;
+    // The kind of run the scene plays in; never null.
+    const SRunInfo* m_run = &SRunInfo::Standalone();
 };

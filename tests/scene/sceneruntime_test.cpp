@@ -1,5 +1,5 @@
 #include "app/cfg.h"
-#include "app/runinfo.h"
+#include "scene/runinfo.h"
 #include "scene/nodedeclaration.h"
 #include "scene/scene.h"
 #include "scenenodes.h"
@@ -50,7 +50,6 @@ protected:
     ~SceneRuntime() override
     {
         CContextProbeNode::s_seen = nullptr;
-        g_runInfo = SRunInfo{};
         m_factory->Release();
     }
 
@@ -129,9 +128,11 @@ TEST_F(SceneRuntime, TransitionTimeRunsFromZeroToOneOverItsLengthAndHoldsAtTheEn
     // Without a length of its own a transition takes the configured one.
     CCfg config;
     config.Time = 4.0f;
-    g_runInfo.m_config = &config;
+    SRunInfo run;
+    run.m_config = &config;
     m_seen.clear();
     CScene fromSettings;
+    fromSettings.SetRunInfo(run);
     fromSettings.m_sceneType = CScene::SceneType_Transition;
     fromSettings.AddNode("Screen");
     fromSettings.AddNode("Beat");
@@ -140,7 +141,7 @@ TEST_F(SceneRuntime, TransitionTimeRunsFromZeroToOneOverItsLengthAndHoldsAtTheEn
     EXPECT_FLOAT_EQ(m_seen.back().time, 0.25f);
 
     // In a preview the transition starts over once it has passed its end.
-    g_runInfo.m_appType = 5;
+    run.m_appType = EAppType::Editor;
     for (int i = 0; i < 6; ++i)
         fromSettings.Update(1.0f, nullptr);
     EXPECT_LT(m_seen.back().time, 1.0f);
@@ -152,8 +153,9 @@ TEST_F(SceneRuntime, TransitionTimeRunsFromZeroToOneOverItsLengthAndHoldsAtTheEn
 
     // A zero length in the settings does not make time infinite.
     config.Time = 0.0f;
-    g_runInfo.m_appType = 0;
+    run.m_appType = EAppType::Visualizer;
     CScene zero;
+    zero.SetRunInfo(run);
     zero.m_sceneType = CScene::SceneType_Transition;
     zero.AddNode("Screen");
     zero.Update(1.0f, nullptr);

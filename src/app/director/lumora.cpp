@@ -7,7 +7,6 @@
 #include "app/host/clock.h"
 #include "app/log.h"
 #include "app/random.h"
-#include "app/runinfo.h"
 #include "app/stoprequest.h"
 #include "app/trace.h"
 #include "nodes/nodetypes.h"
@@ -48,6 +47,7 @@ CLumora::CLumora(const CCfg& config, CClock& clock)
     m_nodeFactory->Init(NodeTypes());
     m_autoGotoNextScene = config.AutoGotoNextScene;
     m_randomizeScene = config.RandomizeScene;
+    m_run.m_config = &config;
 }
 
 CLumora::~CLumora()
@@ -91,14 +91,16 @@ void CLumora::Free()
     UpdateRunInfo();
 }
 
-void CLumora::UpdateRunInfo() const
+void CLumora::UpdateRunInfo()
 {
-    g_runInfo.m_directorWithoutLayers = !m_pool.HasLayerScenes();
+    m_run.m_directorWithoutLayers = !m_pool.HasLayerScenes();
 }
 
 std::unique_ptr<CScene> CLumora::NewScene() const
 {
-    return std::make_unique<CScene>();
+    auto scene = std::make_unique<CScene>();
+    scene->SetRunInfo(m_run);
+    return scene;
 }
 
 // ---- Which scene plays ----
@@ -158,9 +160,18 @@ bool CLumora::ShowConfig()
 
 bool CLumora::AutomaticSwitching() const
 {
-    const int mode = m_windowMode;
-    const bool player = m_appType >= 7 && m_appType <= 9;
-    return mode == 5 || (m_autoGotoNextScene && mode >= 1 && mode <= 3) || (mode == 4 && player);
+    switch (m_run.m_windowMode) {
+    case EWindowMode::Record:
+        return true;
+    case EWindowMode::Preview:
+    case EWindowMode::FullScreen:
+    case EWindowMode::Window:
+        return m_autoGotoNextScene;
+    case EWindowMode::Child:
+        return IsPlayerPlugin(m_run.m_appType);
+    default:
+        return false;
+    }
 }
 
 void CLumora::ResetSceneTimers()
@@ -200,7 +211,7 @@ CSceneBase* CLumora::ActivateAnotherScene(int32_t type, int32_t index, bool useT
             return PlayableCount() > 0 ? ActivateAnotherScene(retry, 0, true) : nullptr;
         }
         // A recording takes the transitions in turn.
-        if (CSceneTransition* transition = m_pool.PickTransition(m_windowMode == 5)) {
+        if (CSceneTransition* transition = m_pool.PickTransition(m_run.m_windowMode == EWindowMode::Record)) {
             transition->m_from = m_active;
             transition->m_to = scene;
             transition->m_nextRunTime = m_scheduled;
@@ -280,15 +291,15 @@ void CLumora::Update(float deltaTime)
 {
     m_sceneSeconds += deltaTime;
     // A media player's own context brings its own sound.
-    if (g_soundAnalyzer && !(m_appType >= 7 && m_appType <= 9))
+    if (g_soundAnalyzer && !IsPlayerPlugin(m_run.m_appType))
         g_soundAnalyzer->Update(deltaTime);
     if (AutomaticSwitching()) {
         ++m_sceneFrames;
-        const bool recording = m_windowMode == 5;
+        const bool recording = m_run.m_windowMode == EWindowMode::Record;
         const float elapsed = recording ? m_sceneSeconds : float((NowMs() - m_sceneStartMs) / 1000.0);
         if (!(elapsed > m_scheduled)) {
             // Fewer than 25 frames in the first 5 seconds: the scene is too slow.
-            if (m_sceneFrames < 25 && elapsed > 5.0f && m_windowMode != 3) {
+            if (m_sceneFrames < 25 && elapsed > 5.0f && m_run.m_windowMode != EWindowMode::Window) {
                 Log("Scene too slow. Switching to new scene. %f fps", double(m_sceneFrames) / elapsed);
                 ActivateAnotherScene(m_randomizeScene ? CScenePool::Pick_Random : CScenePool::Pick_Next, 0, true);
             }
@@ -319,7 +330,7 @@ void CLumora::Update(float deltaTime)
 SRect CLumora::RenderTargetRect(const CRender& render) const
 {
     // The screensaver dialog's preview shows the picture at its own size.
-    if (m_windowMode == 1)
+    if (m_run.m_windowMode == EWindowMode::Preview)
         return render.m_virtualRect;
     const CCfg& config = m_config;
     const double W = config.RenderTargetWidth, H = config.RenderTargetHeight;
@@ -472,7 +483,7 @@ bool CLumora::DeserializeProject(const CPlaylist& playlist)
     m_active = nullptr;
     // The first scene starts without a transition; one that cannot be drawn
     // gives way to the next.
-    const bool random = m_randomizeScene && m_windowMode != 5;
+    const bool random = m_randomizeScene && m_run.m_windowMode != EWindowMode::Record;
     while (m_pool.HasPlayable() && !m_active && !StopRequested()) {
         CSceneBase* first = ActivateAnotherScene(random ? CScenePool::Pick_Random : CScenePool::Pick_Index, 0, false);
         if (!first)

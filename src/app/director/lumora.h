@@ -2,6 +2,7 @@
 
 #include "app/director/finalpass.h"
 #include "app/director/scenepool.h"
+#include "scene/runinfo.h"
 
 #include <array>
 #include <cstdint>
@@ -85,9 +86,8 @@ public:
 
     // The render the scenes are updated and prepared with; the host's.
     CRender* m_render = nullptr;
-    // The window mode and application type of the run (see SRunInfo).
-    int32_t m_windowMode = 2;
-    int32_t m_appType = 0;
+    // The kind of run, from the host; the director's scenes read it.
+    SRunInfo m_run;
     // Changed by SetAutoGoto; start from the configuration.
     bool m_autoGotoNextScene = true;
     bool m_randomizeScene = true;
@@ -110,7 +110,7 @@ private:
     // Makes the scene's device objects now, ahead of its first frame; false
     // when the scene cannot be drawn (an effect that doesn't compile).
     bool PrepareForDrawing(CSceneBase* scene);
-    void UpdateRunInfo() const;
+    void UpdateRunInfo();
     double NowMs() const;
 
     const CCfg& m_config;

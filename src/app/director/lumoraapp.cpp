@@ -19,13 +19,13 @@ CLumoraApp::~CLumoraApp()
         m_director->m_render = nullptr;
 }
 
-void CLumoraApp::Start(const CCfg& config, CRender* render, int windowMode, int appType)
+void CLumoraApp::Start(const CCfg& config, CRender* render, SRunInfo run)
 {
     m_render = render;
     m_director = std::make_unique<CLumora>(config, m_clock);
     m_director->m_render = render;
-    m_director->m_windowMode = windowMode;
-    m_director->m_appType = appType;
+    run.m_config = &config;
+    m_director->m_run = run;
     m_director->Init();
 }
 
@@ -33,7 +33,8 @@ namespace {
 
 // Loads a scene that is to be drawn, or says in `error` why it cannot be;
 // `what` names it in the message.
-std::unique_ptr<CScene> LoadPlayable(const std::string& path, const std::string& what, std::string& error)
+std::unique_ptr<CScene> LoadPlayable(std::unique_ptr<CScene> scene, const std::string& path, const std::string& what,
+                                     std::string& error)
 {
     const std::string expanded = ExpandPath(path);
     const std::string named = what + " \"" + expanded + "\"";
@@ -45,7 +46,6 @@ std::unique_ptr<CScene> LoadPlayable(const std::string& path, const std::string&
         error = named + " " + why;
         return nullptr;
     }
-    auto scene = std::make_unique<CScene>();
     if (!scene->Load(expanded, true)) {
         error = named + " cannot be opened; it is not a scene container";
         return nullptr;
@@ -73,7 +73,7 @@ bool CLumoraApp::Play(const std::string& path, std::string& error)
 
 bool CLumoraApp::PlayScene(const std::string& path, std::string& error)
 {
-    std::unique_ptr<CScene> scene = LoadPlayable(path, "the scene file", error);
+    std::unique_ptr<CScene> scene = LoadPlayable(m_director->NewScene(), path, "the scene file", error);
     if (!scene)
         return false;
     const std::string expanded = ExpandPath(path);
@@ -100,7 +100,7 @@ bool CLumoraApp::PlayLayered(const std::string& entry, std::string& error)
                                         "the postprocessing scene file"};
     std::array<std::unique_ptr<CScene>, 3> layers;
     for (size_t i = 0; i < parts.size(); ++i)
-        if (!parts[i].empty() && !(layers[i] = LoadPlayable(parts[i], roles[i], error)))
+        if (!parts[i].empty() && !(layers[i] = LoadPlayable(m_director->NewScene(), parts[i], roles[i], error)))
             return false;
     if (!m_director->PlayOnly(std::move(layers))) {
         error = "the layered scene \"" + entry + "\" cannot be drawn on this device; the log tells why";

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "render/userapp3d.h"
+#include "scene/runinfo.h"
 
 #include <memory>
 #include <string>
@@ -19,7 +20,7 @@ public:
     ~CLumoraApp() override;
 
     // Makes the director once the host has its configuration and windows.
-    void Start(const CCfg& config, CRender* render, int windowMode, int appType);
+    void Start(const CCfg& config, CRender* render, SRunInfo run);
 
     // A playlist (".lmp"), a layered entry or one scene; false, with `error`
     // set to a message for the user, when nothing of it can play.

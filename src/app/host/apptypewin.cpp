@@ -5,7 +5,6 @@
 #include "app/cfg.h"
 #include "app/log.h"
 #include "app/paths.h"
-#include "app/runinfo.h"
 #include "app/stoprequest.h"
 #include "app/trace.h"
 #include "render/userapp3d.h"
@@ -24,8 +23,6 @@ CAppTypeWin::CAppTypeWin(CUserApp3d* app, RenderFactory makeRender, CClock& cloc
 
 CAppTypeWin::~CAppTypeWin()
 {
-    if (g_runInfo.m_config == m_config.get())
-        g_runInfo = SRunInfo{};
     m_render.reset();
     m_config.reset();
     if (g_soundAnalyzer == m_sound.get())
@@ -45,7 +42,6 @@ bool CAppTypeWin::Init()
         return Error("No render to draw with");
     m_render->m_appType = m_appType;
     m_render->m_windowMode = m_windowMode;
-    g_runInfo = SRunInfo{m_appType, m_windowMode, m_config.get()};
     if (!m_render->CheckSupport() || !m_render->Init(true)) {
         m_render.reset();
         return Error("Unable to initialize OpenGL!");

@@ -2,6 +2,7 @@
 
 #include "app/host/frameloop.h"
 #include "render/render.h"
+#include "scene/runinfo.h"
 
 #include <memory>
 #include <string>
@@ -29,8 +30,10 @@ public:
     // Asks the loop to close the windows and end.
     virtual void ShutdownApp();
     void RunApp();
+    // The kind of run, as the director and its scenes are to see it.
+    SRunInfo RunInfo() const { return {m_appType, m_windowMode, m_config.get()}; }
 
-    int32_t m_windowMode = 2;
+    EWindowMode m_windowMode = EWindowMode::FullScreen;
     bool m_postQuit = true;
     bool m_paused = false;
     // Ends the run by itself after this many frames; 0 runs until closed.

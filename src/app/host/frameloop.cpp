@@ -26,7 +26,7 @@ void CFrameLoop::SetMaxFps(float fps)
 void CFrameLoop::Frame()
 {
     // A screensaver run never pauses for a screensaver: it is one.
-    if (m_appType != 1) {
+    if (m_appType != EAppType::Screensaver) {
         if (ScreensaverRunning()) {
             if (!m_screensaverPause)
                 Log("Screensaver is running. Pausing visualizer");

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "app/host/frametimer.h"
+#include "render/runmode.h"
 
 #include <array>
 #include <cstddef>
@@ -28,7 +29,7 @@ public:
     float m_accumulator = 0.0f;
     float m_fixedStep = 1.0f / 30.0f;
     bool m_screensaverPause = false;
-    int32_t m_appType = 0;
+    EAppType m_appType = EAppType::Visualizer;
     CFrameTimer m_timer;
     float m_fps = 30.0f;
     float m_frameWorkMs = 0.0f;

@@ -119,8 +119,8 @@ int RunHeadless(const SHeadlessOptions& options, const RenderFactory& makeRender
     const int frames = HeadlessFrameCount(options);
     CLumoraApp app(CClock::System());
     CAppTypeWin host(&app, makeRender);
-    host.m_appType = 0;
-    host.m_windowMode = WK_Record;
+    host.m_appType = EAppType::Visualizer;
+    host.m_windowMode = EWindowMode::Record;
     host.m_recordStart = 0.0f;
     host.m_recordLength = options.m_seconds;
     host.m_recordFps = options.m_fps;
@@ -144,7 +144,7 @@ int RunHeadless(const SHeadlessOptions& options, const RenderFactory& makeRender
         g_random.Seed(options.m_seed);
         std::srand(options.m_seed);
     }
-    app.Start(*host.m_config, host.m_render.get(), WK_Record, host.m_appType);
+    app.Start(*host.m_config, host.m_render.get(), host.RunInfo());
     std::string error;
     const bool playing = app.Play(options.m_scenePath, error);
     if (StopRequested())

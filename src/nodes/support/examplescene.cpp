@@ -9,12 +9,13 @@ bool g_loadingExample = false;
 
 } // namespace
 
-std::unique_ptr<CScene> LoadExampleScene(std::string_view path)
+std::unique_ptr<CScene> LoadExampleScene(std::string_view path, const SRunInfo& run)
 {
     if (g_loadingExample)
         return nullptr;
     g_loadingExample = true;
     auto scene = std::make_unique<CScene>();
+    scene->SetRunInfo(run);
     const bool loaded = scene->Load(path, true);
     g_loadingExample = false;
     if (!loaded)

@@ -1,6 +1,5 @@
 #include "nodes/texture/previouslayernode.h"
 
-#include "app/runinfo.h"
 #include "nodes/support/examplescene.h"
 #include "nodes/support/publishtexture.h"
 #include "ports/types/dataports.h"
@@ -43,8 +42,8 @@ CPreviousLayerNode::~CPreviousLayerNode() = default;
 bool CPreviousLayerNode::Init()
 {
     // No layered scene feeds the node in a preview.
-    if (g_runInfo.m_appType == 5)
-        m_example = LoadExampleScene(kExampleScene);
+    if (Run().IsEditor())
+        m_example = LoadExampleScene(kExampleScene, Run());
     return true;
 }
 

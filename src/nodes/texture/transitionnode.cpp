@@ -2,7 +2,6 @@
 
 #include "app/cfg.h"
 #include "app/log.h"
-#include "app/runinfo.h"
 #include "nodes/support/examplescene.h"
 #include "nodes/support/publishtexture.h"
 #include "render/render.h"
@@ -20,11 +19,6 @@ namespace {
 
 constexpr std::array<const char*, 2> kExampleScenes = {"[apppath]scenes/special/TransitionFromExample.lmc",
                                                        "[apppath]scenes/special/TransitionToExample.lmc"};
-
-bool IsPreview()
-{
-    return g_runInfo.m_appType == 5;
-}
 
 } // namespace
 
@@ -79,9 +73,9 @@ bool CTransitionNode::Init()
     m_records[To].m_clearColor = {0.5f, 0.5f, 1, 1};
     // Without layer scenes to move between, or in a preview, the transition
     // shows scenes of its own.
-    if (IsPreview() || g_runInfo.m_directorWithoutLayers) {
+    if (Run().IsEditor() || Run().m_directorWithoutLayers) {
         for (int side : {From, To}) {
-            m_examples[size_t(side)] = LoadExampleScene(kExampleScenes[size_t(side)]);
+            m_examples[size_t(side)] = LoadExampleScene(kExampleScenes[size_t(side)], Run());
             m_records[size_t(side)].m_example = m_examples[size_t(side)].get();
         }
     }
@@ -118,9 +112,10 @@ void CTransitionNode::Update(float time, CSceneContext* context)
     }
 
     static const CCfg defaults;
-    const CCfg& config = g_runInfo.m_config ? *g_runInfo.m_config : defaults;
-    m_records[From].m_sizeScale = IsPreview() ? 1.0f : SizeScale(config.SceneFromScale);
-    m_records[To].m_sizeScale = IsPreview() ? 1.0f : SizeScale(config.SceneToScale);
+    const CCfg& config = Run().m_config ? *Run().m_config : defaults;
+    const bool preview = Run().IsEditor();
+    m_records[From].m_sizeScale = preview ? 1.0f : SizeScale(config.SceneFromScale);
+    m_records[To].m_sizeScale = preview ? 1.0f : SizeScale(config.SceneToScale);
 }
 
 void CTransitionNode::FrameFinished()

@@ -8,7 +8,7 @@
 #include "app/director/playlist.h"
 #include "app/host/clock.h"
 #include "app/random.h"
-#include "app/runinfo.h"
+#include "scene/runinfo.h"
 #include "app/stoprequest.h"
 #include "scene/scene.h"
 #include "scene/scenelayered.h"
@@ -47,8 +47,6 @@ protected:
         m_config.MinRunTime = 7;
         m_config.MaxRunTime = 7;
     }
-    ~Director() override { g_runInfo = SRunInfo{}; }
-
     // A scene file of one clear colour; `type` 8 makes it a transition.
     std::string WriteScene(const std::string& name, int type = 0, const char* extra = "")
     {
@@ -62,7 +60,7 @@ protected:
     }
 
     // Plays `count` scenes named s0.. through `transitions` transitions.
-    std::unique_ptr<CLumora> Play(int count, int transitions = 0, int windowMode = 2)
+    std::unique_ptr<CLumora> Play(int count, int transitions = 0, EWindowMode windowMode = EWindowMode::FullScreen)
     {
         CPlaylist playlist;
         // Names built by appending: GCC 12 warns falsely about "s" + to_string.
@@ -72,7 +70,7 @@ protected:
         for (int i = 0; i < transitions; ++i)
             playlist.Add(playlist.m_transitions, WriteScene(numbered('t', i), 8), {}, 2.0f);
         auto director = std::make_unique<CLumora>(m_config, m_clock);
-        director->m_windowMode = windowMode;
+        director->m_run.m_windowMode = windowMode;
         director->Init();
         EXPECT_TRUE(director->DeserializeProject(playlist));
         return director;
@@ -123,7 +121,7 @@ TEST_F(Director, RandomPlayRepeatsNoSceneWithinACycle)
 
 TEST_F(Director, RunTimesComeFromTheSettingsOrThePlaylist)
 {
-    auto director = Play(3, 0, 3);
+    auto director = Play(3, 0, EWindowMode::Window);
     const std::string first = Active(*director);
     EXPECT_FLOAT_EQ(director->GetScheduled(), 7.0f);
     Run(*director, 6.9);
@@ -136,7 +134,7 @@ TEST_F(Director, RunTimesComeFromTheSettingsOrThePlaylist)
     playlist.Add(playlist.m_scenes, WriteScene("short"), {}, 3.0f);
     playlist.Add(playlist.m_scenes, WriteScene("long"), {}, 0.0f);
     CLumora fromPlaylist(m_config, m_clock);
-    fromPlaylist.m_windowMode = 3;
+    fromPlaylist.m_run.m_windowMode = EWindowMode::Window;
     fromPlaylist.m_randomizeScene = false;
     fromPlaylist.Init();
     ASSERT_TRUE(fromPlaylist.DeserializeProject(playlist));
@@ -160,7 +158,7 @@ TEST_F(Director, RunTimesComeFromTheSettingsOrThePlaylist)
 
 TEST_F(Director, TransitionsStartAtTheEndOfARunAndHandOverAfterTheirLength)
 {
-    auto director = Play(2, 1, 2);
+    auto director = Play(2, 1);
     director->m_randomizeScene = false;
     const std::string first = Active(*director);
     Run(*director, 7.1);
@@ -188,7 +186,7 @@ TEST_F(Director, TransitionsStartAtTheEndOfARunAndHandOverAfterTheirLength)
     EXPECT_EQ(std::string(g_crashNotes.SceneFile()), director->GetActiveScene()->GetFileName());
 
     // One scene only: its time restarts and no transition begins.
-    auto single = Play(1, 1, 2);
+    auto single = Play(1, 1);
     const CSceneBase* only = single->GetActiveScene();
     Run(*single, 7.5);
     EXPECT_EQ(single->GetActiveScene(), only);
@@ -198,11 +196,12 @@ TEST_F(Director, SlowScenesAreLeftEarlyExceptInAPlainWindow)
 {
     struct SCase
     {
-        int windowMode;
+        EWindowMode windowMode;
         int framesInFiveSeconds;
         bool leaves;
     };
-    for (const SCase& c : {SCase{2, 24, true}, SCase{2, 25, false}, SCase{3, 10, false}}) {
+    for (const SCase& c : {SCase{EWindowMode::FullScreen, 24, true}, SCase{EWindowMode::FullScreen, 25, false},
+                          SCase{EWindowMode::Window, 10, false}}) {
         m_config.MinRunTime = m_config.MaxRunTime = 30;
         auto director = Play(3, 0, c.windowMode);
         const CSceneBase* first = director->GetActiveScene();
@@ -215,14 +214,14 @@ TEST_F(Director, SlowScenesAreLeftEarlyExceptInAPlainWindow)
         m_clock.Advance(0.5);
         director->Update(0.5f);
         EXPECT_EQ(director->GetActiveScene() != first, c.leaves)
-            << "mode " << c.windowMode << ", " << c.framesInFiveSeconds << " frames";
+            << "mode " << int(c.windowMode) << ", " << c.framesInFiveSeconds << " frames";
     }
     EXPECT_TRUE(m_log.Contains("Scene too slow. Switching to new scene."));
 }
 
 TEST_F(Director, RecordingGoesInPlaylistOrderOnSimulatedTime)
 {
-    auto director = Play(3, 2, 5);
+    auto director = Play(3, 2, EWindowMode::Record);
     std::vector<std::string> order{Active(*director)};
     std::vector<std::string> transitions;
     for (int i = 0; i < 4; ++i) {

@@ -67,7 +67,7 @@ SKeyRun PressKeysThrough(const std::string& playlist, uint32_t seed)
 {
     CLumoraApp app(CClock::System());
     CKeyPressingHost host(&app, seed);
-    host.m_windowMode = 3;
+    host.m_windowMode = EWindowMode::Window;
     // An end of its own, should Escape never arrive.
     host.m_maxFrames = 3000;
     EXPECT_TRUE(host.Init());
@@ -76,7 +76,7 @@ SKeyRun PressKeysThrough(const std::string& playlist, uint32_t seed)
     host.m_config->RenderTargetWidth = 160;
     host.m_config->RenderTargetHeight = 90;
     EXPECT_TRUE(host.CreateWindows());
-    app.Start(*host.m_config, host.m_render.get(), host.m_windowMode, host.m_appType);
+    app.Start(*host.m_config, host.m_render.get(), host.RunInfo());
     std::string error;
     EXPECT_TRUE(app.Play(playlist, error)) << error;
     host.RunApp();

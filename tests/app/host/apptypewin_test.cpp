@@ -93,7 +93,7 @@ TEST(AppTypeWin, RecordingRunsOnSimulatedTime)
         CIdleApp app;
         CFakeRecorder recorder(app);
         CAppTypeWin host(&app, MakeRenderOGL);
-        host.m_windowMode = 5;
+        host.m_windowMode = EWindowMode::Record;
         host.m_recorder = &recorder;
         host.m_config->SongFile = c.song;
         host.m_config->MovieFile = c.movie;
@@ -112,7 +112,7 @@ TEST(AppTypeWin, RecordingRunsOnSimulatedTime)
     CFakeRecorder recorder(app);
     recorder.m_canStart = false;
     CAppTypeWin host(&app, MakeRenderOGL);
-    host.m_windowMode = 5;
+    host.m_windowMode = EWindowMode::Record;
     host.m_recorder = &recorder;
     CLogCapture log;
     host.RunApp();

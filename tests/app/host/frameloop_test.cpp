@@ -224,7 +224,7 @@ TEST(FrameLoop, ScreensaverPausesExceptForScreensaverRuns)
 
     CFakeClock saverClock;
     CTestLoop saver(saverClock);
-    saver.m_appType = 1;
+    saver.m_appType = EAppType::Screensaver;
     saver.m_screensaver = true;
     saver.RunFrame(0.0);
     EXPECT_EQ(saver.m_frameCount, 1);

@@ -145,7 +145,7 @@ TEST_F(DirectorGL, ScenesWhoseEffectDoesNotCompileAreLeftOutAndPlayGoesOn)
     playlist.Add(playlist.m_scenes, save("broken2.lmc", TextureEffect("undefinedFunction(i.uv)")), {}, 1.0f);
     CLumora director(m_config, CClock::System());
     director.m_render = m_render.get();
-    director.m_windowMode = 5;
+    director.m_run.m_windowMode = EWindowMode::Record;
     director.Init();
     ASSERT_TRUE(director.DeserializeProject(playlist));
     for (int frame = 0; frame < 30 * 4; ++frame) {

@@ -4,7 +4,7 @@
 
 #include "app/cfg.h"
 #include "app/paths.h"
-#include "app/runinfo.h"
+#include "scene/runinfo.h"
 #include "scene/scenelayered.h"
 #include "scene/scenetransition.h"
 #include "support/logcapture.h"
@@ -20,7 +20,6 @@ class LayerTexturesGL : public TextureSceneTest
 protected:
     void TearDown() override
     {
-        g_runInfo = m_savedRunInfo;
         g_paths.m_appPath = m_savedAppPath;
         TextureSceneTest::TearDown();
     }
@@ -28,13 +27,12 @@ protected:
     // A transition scene that shows FromScene through Streak1.
     std::unique_ptr<CScene> TransitionScene()
     {
-        auto scene = std::make_unique<CScene>();
+        auto scene = MakeScene();
         Add(*scene, {"Transition"});
         AddTextureView(*scene, "Transition1.FromScene");
         return scene;
     }
 
-    SRunInfo m_savedRunInfo = g_runInfo;
     std::string m_savedAppPath = g_paths.m_appPath;
 };
 
@@ -120,7 +118,7 @@ TEST_F(LayerTexturesGL, TransitionDrawsTheScenesItMovesBetweenAtTheirScales)
     CCfg config;
     config.SceneFromScale = 0.25f;
     config.SceneToScale = 0.0f;
-    g_runInfo.m_config = &config;
+    m_run.m_config = &config;
     CLogCapture log;
     Frame(transition);
     fromTexture = TextureOf(scene, "Transition1.FromScene");
@@ -178,7 +176,7 @@ TEST_F(LayerTexturesGL, ExampleScenesStandInForTheDirectorInAPreview)
     }
     // TransitionToExample.lmc is missing.
 
-    g_runInfo.m_appType = 5;
+    m_run.m_appType = EAppType::Editor;
     CLogCapture log;
     CScene& scene = NewScene();
     Add(scene, {"Transition"});

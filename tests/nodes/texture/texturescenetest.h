@@ -53,7 +53,16 @@ protected:
         m_scenes.push_back(std::move(scene));
         return kept;
     }
-    CScene& NewScene() { return Keep(std::make_unique<CScene>()); }
+    CScene& NewScene() { return Keep(MakeScene()); }
+    // A scene of the fixture's run.
+    std::unique_ptr<CScene> MakeScene()
+    {
+        auto scene = std::make_unique<CScene>();
+        scene->SetRunInfo(m_run);
+        return scene;
+    }
+
+    SRunInfo m_run;
 
     static void Add(CScene& scene, std::initializer_list<const char*> types)
     {

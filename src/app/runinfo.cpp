@@ -1,3 +1,0 @@
-#include "app/runinfo.h"
-
-SRunInfo g_runInfo;

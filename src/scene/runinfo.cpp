@@ -1,0 +1,7 @@
+#include "scene/runinfo.h"
+
+const SRunInfo& SRunInfo::Standalone()
+{
+    static const SRunInfo standalone;
+    return standalone;
+}
