@@ -10,6 +10,7 @@
 #include "scene/scenebase.h"
 
 #include <array>
+#include <cmath>
 
 namespace {
 
@@ -29,15 +30,18 @@ bool CFinalPass::RestoreDevice(CRender* render)
     m_fxaaEffect = effects ? effects->LoadEffect(kFxaaEffect, true) : nullptr;
     if (m_fxaaEffect)
         m_fxaaTechnique.reset(m_fxaaEffect->GetBestTechnique());
-    if (m_fxaaTechnique)
+    if (m_fxaaTechnique) {
         m_fxaaPass = m_fxaaTechnique->GetPass("MainPass");
-    if (!m_fxaaEffect || !m_fxaaTechnique || !m_fxaaPass.IsValid()) {
+        m_scaledPass = m_fxaaTechnique->GetPass("ScaledPass");
+    }
+    if (!m_fxaaEffect || !m_fxaaTechnique || !m_fxaaPass.IsValid() || !m_scaledPass.IsValid()) {
         m_fxaaMissingReported = true;
         m_fxaaTechnique.reset();
         m_fxaaEffect = nullptr;
         return Error("The final pass \"%s\" could not be loaded; scenes are drawn without it", kFxaaEffect);
     }
     m_srcSampler = m_fxaaEffect->GetParam("gSrcSampler");
+    m_srcPoint = m_fxaaEffect->GetParam("gSrcPoint");
     m_tex1size = m_fxaaEffect->GetParam("tex1size");
     m_tex1transform = m_fxaaEffect->GetParam("tex1transform");
     return true;
@@ -46,9 +50,9 @@ bool CFinalPass::RestoreDevice(CRender* render)
 void CFinalPass::InvalidateDevice()
 {
     m_fxaaTechnique.reset();
-    m_fxaaPass = CFxPass();
+    m_fxaaPass = m_scaledPass = CFxPass();
     m_fxaaEffect = nullptr;
-    m_srcSampler = m_tex1size = m_tex1transform = CFxParam();
+    m_srcSampler = m_srcPoint = m_tex1size = m_tex1transform = CFxParam();
 }
 
 void CFinalPass::Draw(CRender* render, CSceneBase& scene, const SRect& renderRect)
@@ -79,6 +83,7 @@ void CFinalPass::Draw(CRender* render, CSceneBase& scene, const SRect& renderRec
     m_tex1size.SetVector4(size);
     std::shared_ptr<CTexture> picture = target->GetColorTexture();
     m_fxaaEffect->SetTexture(m_srcSampler, picture);
+    m_fxaaEffect->SetTexture(m_srcPoint, picture);
     if (CRenderStateManager* states = render->GetStateManager()) {
         states->m_states.m_srcBlend = 1;
         states->m_states.m_dstBlend = 0;
@@ -91,9 +96,16 @@ void CFinalPass::Draw(CRender* render, CSceneBase& scene, const SRect& renderRec
     const std::array<float, 4> section = intoTarget ? std::array<float, 4>{0, 0, 1, 1} : render->GetCurrentSection();
     m_tex1transform.SetVector4(section.data());
     render->SetViewport(0, 0, 1, 1);
-    m_fxaaPass.SetState();
+    // Texel for pixel the unfiltered reads are exact; a picture scaled to
+    // the window needs filtered ones.
+    const SRect& shown = render->m_currentRect;
+    const bool texelForPixel = std::abs(float(width) * section[2] - float(shown.Width())) < 0.5f &&
+                               std::abs(float(height) * section[3] - float(shown.Height())) < 0.5f;
+    CFxPass& pass = texelForPixel ? m_fxaaPass : m_scaledPass;
+    pass.SetState();
     m_fxaaEffect->UpdateParameters(render);
     render->DrawFullScreenQuad();
-    m_fxaaPass.ResetState();
+    pass.ResetState();
     m_fxaaEffect->SetTexture(m_srcSampler, nullptr);
+    m_fxaaEffect->SetTexture(m_srcPoint, nullptr);
 }

@@ -35,8 +35,12 @@ public:
 private:
     CFx* m_fxaaEffect = nullptr;
     std::unique_ptr<CFxTechnique> m_fxaaTechnique;
+    // For a picture shown texel for pixel, and for one scaled to the window.
     CFxPass m_fxaaPass;
+    CFxPass m_scaledPass;
+    // The scene's picture, filtered and unfiltered.
     CFxParam m_srcSampler;
+    CFxParam m_srcPoint;
     CFxParam m_tex1size;
     CFxParam m_tex1transform;
     bool m_fxaaMissingReported = false;

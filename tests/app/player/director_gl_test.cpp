@@ -174,3 +174,32 @@ TEST_F(DirectorGL, ScenesWhoseEffectDoesNotCompileAreLeftOutAndPlayGoesOn)
     options.m_seconds = 1.0f;
     EXPECT_EQ(RunHeadless(options, MakeRenderOGL), 1);
 }
+
+TEST_F(DirectorGL, TheFinalPassSmoothsTheEdgesOfDrawnGeometry)
+{
+    // A white square turned by about 37 degrees on black, with hard edges:
+    // drawn as it is, every pixel is black or white.
+    const char* square = "float4(step(max(abs(0.8 * (i.uv.x - 0.5) * 2.0 + 0.6 * (i.uv.y - 0.5)), "
+                         "abs(-0.6 * (i.uv.x - 0.5) * 2.0 + 0.8 * (i.uv.y - 0.5))), 0.3).xxx, 1)";
+    CLumora director(m_config, CClock::System());
+    director.m_render = m_render.get();
+    director.Init();
+    ASSERT_TRUE(director.PlayOnly(GradientScene(TextureEffect(square))));
+    director.Update(1.0f / 30.0f);
+    director.Draw(m_render.get());
+
+    std::vector<unsigned char> pixels(Width * Height * 3);
+    m_render->ReadPixels(pixels.data());
+    int black = 0, white = 0, between = 0;
+    for (size_t i = 0; i < pixels.size(); i += 3) {
+        const int red = pixels[i + 2];
+        (red < 8 ? black : red > 247 ? white : between)++;
+    }
+    EXPECT_GT(white, 100) << "the square's inside stays white";
+    EXPECT_GT(black, 1000) << "the background stays black";
+    EXPECT_GE(between, 20) << "edge pixels take values between black and white";
+    EXPECT_EQ(RedAt(Width / 2, Height / 2), 255);
+    EXPECT_EQ(RedAt(1, 1), 0);
+    director.InvalidateDevice(m_render.get());
+    director.m_render = nullptr;
+}
