@@ -1,13 +1,14 @@
 // Scene switches: the longest frame around a switch against the median
-// frame of the same run, with the director playing a playlist of effect
-// scenes at 640x360 on simulated time. Every scene's effect differs, so a
-// switch pays for compiling it.
+// frame of the same run, with the director playing a playlist on simulated
+// time: effect scenes of their own at 640x360, each new to the caches, and
+// the shipped default playlist at 1280x720.
 
 #include "app/cfg.h"
 #include "app/director/lumora.h"
 #include "app/director/playlist.h"
 #include "app/host/clock.h"
 #include "app/log.h"
+#include "app/paths.h"
 #include "app/random.h"
 #include "nodes/nodetypes.h"
 #include "ports/port.h"
@@ -24,6 +25,7 @@
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -51,79 +53,126 @@ std::string SaveEffectScene(const std::string& dir, int number)
     return path;
 }
 
-void BM_Director_Switch(benchmark::State& state)
+// Plays `playlist` for `frames` frames of simulated time at `width` x
+// `height` and reports the longest frame of a switch (the frame of the
+// switch and the one after, which draws the new scene first) against the
+// median frame as `ratio`; `update_max_ms` is the longest director update of
+// those frames, the rest of them is drawing.
+void MeasureSwitches(benchmark::State& state, const CPlaylist& playlist, const CCfg& config, CRender& render,
+                     int frames)
+{
+    for (auto _ : state) {
+        CLumora director(config, CClock::System());
+        director.m_render = &render;
+        director.m_run.m_windowMode = EWindowMode::Record;
+        director.Init();
+        director.DeserializeProject(playlist);
+        std::vector<double> times, updates;
+        std::vector<size_t> switches;
+        const CSceneBase* last = director.GetActiveScene();
+        for (int frame = 0; frame < frames; ++frame) {
+            const auto start = std::chrono::steady_clock::now();
+            director.Update(1.0f / 30.0f);
+            const auto updated = std::chrono::steady_clock::now();
+            director.Draw(&render);
+            director.FrameFinished();
+            glFinish();
+            const auto end = std::chrono::steady_clock::now();
+            times.push_back(std::chrono::duration<double, std::milli>(end - start).count());
+            updates.push_back(std::chrono::duration<double, std::milli>(updated - start).count());
+            if (director.GetActiveScene() != last)
+                switches.push_back(times.size() - 1);
+            last = director.GetActiveScene();
+        }
+        std::vector<double> sorted = times;
+        std::sort(sorted.begin(), sorted.end());
+        const double median = sorted[sorted.size() / 2];
+        double longest = 0.0, longestUpdate = 0.0;
+        for (size_t at : switches) {
+            for (size_t f = at; f < std::min(times.size(), at + 2); ++f) {
+                longest = std::max(longest, times[f]);
+                longestUpdate = std::max(longestUpdate, updates[f]);
+            }
+        }
+        state.counters["median_ms"] = median;
+        state.counters["switch_max_ms"] = longest;
+        state.counters["update_max_ms"] = longestUpdate;
+        state.counters["frame_max_ms"] = sorted.back();
+        state.counters["ratio"] = median > 0 ? longest / median : 0;
+        state.counters["switches"] = double(switches.size());
+        director.InvalidateDevice(&render);
+        director.m_render = nullptr;
+    }
+}
+
+// A GL context and render of the size, with a quiet log, for `body`.
+void WithRender(benchmark::State& state, int width, int height, const std::function<void(CRender&)>& body)
 {
     setenv("SDL_VIDEODRIVER", "offscreen", 0);
     CLog quiet;
     CLog* saved = g_log;
     g_log = &quiet; // the director logs every switch; not what is measured
-    CGLContext context;
-    if (!context.CreateHeadless(Width, Height)) {
-        state.SkipWithError("no GL context");
-        g_log = saved;
-        return;
-    }
-    auto render = std::make_unique<CRenderOGL>();
-    render->InitDevice();
-    render->m_virtualRect = render->m_currentRect = SRect{0, 0, Width, Height};
-
-    CNodeFactory* factory = CNodeFactory::Get();
-    factory->Init(NodeTypes());
     {
-        CTestEffectNode::CType effectType;
-        char pattern[] = "/tmp/lumora-bench-director-XXXXXX";
-        const std::string dir = mkdtemp(pattern);
-        CPlaylist playlist;
-        for (int i = 0; i < 6; ++i)
-            playlist.Add(playlist.m_scenes, SaveEffectScene(dir, i), {}, 2.0f);
-
-        CCfg config;
-        g_random.Seed(1);
-        for (auto _ : state) {
-            CLumora director(config, CClock::System());
-            director.m_render = render.get();
-            director.m_run.m_windowMode = EWindowMode::Record;
-            director.Init();
-            director.DeserializeProject(playlist);
-            std::vector<double> frames;
-            std::vector<size_t> switches;
-            const CSceneBase* last = director.GetActiveScene();
-            for (int frame = 0; frame < 30 * 24; ++frame) {
-                const auto start = std::chrono::steady_clock::now();
-                director.Update(1.0f / 30.0f);
-                director.Draw(render.get());
-                director.FrameFinished();
-                glFinish();
-                frames.push_back(std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count());
-                if (director.GetActiveScene() != last)
-                    switches.push_back(frames.size() - 1);
-                last = director.GetActiveScene();
-            }
-            std::vector<double> sorted = frames;
-            std::sort(sorted.begin(), sorted.end());
-            const double median = sorted[sorted.size() / 2];
-            double longest = 0.0, longestAgain = 0.0;
-            // The frame of a switch and the one after it, which draws the new
-            // scene first; apart, the switches to scenes played before.
-            for (size_t at : switches)
-                for (size_t f = at; f < std::min(frames.size(), at + 2); ++f)
-                    (at < frames.size() / 2 ? longest : longestAgain) =
-                        std::max(at < frames.size() / 2 ? longest : longestAgain, frames[f]);
-            state.counters["switch_again_max_ms"] = longestAgain;
-            state.counters["median_ms"] = median;
-            state.counters["switch_max_ms"] = longest;
-            state.counters["ratio"] = median > 0 ? longest / median : 0;
-            state.counters["switches"] = double(switches.size());
-            director.InvalidateDevice(render.get());
-            director.m_render = nullptr;
+        CGLContext context;
+        if (!context.CreateHeadless(width, height)) {
+            state.SkipWithError("no GL context");
+            g_log = saved;
+            return;
         }
-        std::filesystem::remove_all(dir);
+        CRenderOGL render;
+        render.InitDevice();
+        render.m_virtualRect = render.m_currentRect = SRect{0, 0, width, height};
+        body(render);
+        render.ReleaseDevice();
     }
-    factory->Release();
-    render->ReleaseDevice();
-    render.reset();
     g_log = saved;
 }
+
+// Six effect scenes of their own, 2 seconds each, at 640x360.
+void BM_Director_Switch(benchmark::State& state)
+{
+    // The final pass comes from the data directory.
+    setenv("LUMORA_APPPATH", LUMORA_SOURCE_DATA_DIR, 0);
+    g_paths.Setup();
+    WithRender(state, Width, Height, [&](CRender& render) {
+        CNodeFactory* factory = CNodeFactory::Get();
+        factory->Init(NodeTypes());
+        {
+            CTestEffectNode::CType effectType;
+            char pattern[] = "/tmp/lumora-bench-director-XXXXXX";
+            const std::string dir = mkdtemp(pattern);
+            CPlaylist playlist;
+            for (int i = 0; i < 6; ++i)
+                playlist.Add(playlist.m_scenes, SaveEffectScene(dir, i), {}, 2.0f);
+            g_random.Seed(1);
+            MeasureSwitches(state, playlist, CCfg(), render, 30 * 24);
+            std::filesystem::remove_all(dir);
+        }
+        factory->Release();
+    });
+}
 BENCHMARK(BM_Director_Switch)->Iterations(1)->Unit(benchmark::kMillisecond);
+
+// The shipped default playlist at 1280x720, a scene every 3 seconds with a
+// transition of 1 second between them: every scene and transition comes at
+// least once.
+void BM_Director_Switch_Shipped(benchmark::State& state)
+{
+    setenv("LUMORA_APPPATH", LUMORA_SOURCE_DATA_DIR, 0);
+    g_paths.Setup();
+    WithRender(state, 1280, 720, [&](CRender& render) {
+        CPlaylist playlist;
+        if (!playlist.Load(ExpandPath("[apppath]playlists/Default.lmp"))) {
+            state.SkipWithError("no default playlist");
+            return;
+        }
+        CCfg config;
+        config.MinRunTime = config.MaxRunTime = 3;
+        config.Time = 1.0f;
+        g_random.Seed(1);
+        MeasureSwitches(state, playlist, config, render, 30 * 4 * 14);
+    });
+}
+BENCHMARK(BM_Director_Switch_Shipped)->Name("BM_Director_Switch/shipped")->Iterations(1)->Unit(benchmark::kMillisecond);
 
 } // namespace

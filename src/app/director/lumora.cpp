@@ -87,6 +87,7 @@ void CLumora::Free()
     if (m_active && m_render)
         m_active->InvalidateDevice(m_render);
     m_active = nullptr;
+    m_upcoming.Clear();
     m_pool.Free();
     UpdateRunInfo();
 }
@@ -174,6 +175,12 @@ bool CLumora::AutomaticSwitching() const
     }
 }
 
+int32_t CLumora::AutomaticPick() const
+{
+    const bool recording = m_run.m_windowMode == EWindowMode::Record;
+    return m_randomizeScene && !recording ? CScenePool::Pick_Random : CScenePool::Pick_Next;
+}
+
 void CLumora::ResetSceneTimers()
 {
     m_sceneFrames = 0;
@@ -196,7 +203,10 @@ CSceneBase* CLumora::ActivateAnotherScene(int32_t type, int32_t index, bool useT
     // becomes its own outgoing scene.
     FinishTransition();
 
-    CSceneBase* scene = m_pool.Pick(type, index, config.PostProcessingProbability);
+    CSceneBase* scene = m_upcoming.TakeScene(type);
+    CSceneTransition* upcomingTransition = scene ? m_upcoming.TakeTransition() : nullptr;
+    if (!scene)
+        scene = m_pool.Pick(type, index, config.PostProcessingProbability);
     if (!scene)
         return nullptr;
     if (scene->m_runTime > 0.0f)
@@ -207,11 +217,15 @@ CSceneBase* CLumora::ActivateAnotherScene(int32_t type, int32_t index, bool useT
         if (!PrepareForDrawing(scene)) {
             // A scene that cannot be drawn is left out and another is tried.
             m_pool.Drop(scene);
+            m_upcoming.Forget(scene);
             const int32_t retry = type == CScenePool::Pick_Index ? CScenePool::Pick_Next : type;
             return PlayableCount() > 0 ? ActivateAnotherScene(retry, 0, true) : nullptr;
         }
         // A recording takes the transitions in turn.
-        if (CSceneTransition* transition = m_pool.PickTransition(m_run.m_windowMode == EWindowMode::Record)) {
+        CSceneTransition* transition =
+            upcomingTransition ? upcomingTransition
+                               : m_pool.PickTransition(m_run.m_windowMode == EWindowMode::Record);
+        if (transition) {
             transition->m_from = m_active;
             transition->m_to = scene;
             transition->m_nextRunTime = m_scheduled;
@@ -224,6 +238,10 @@ CSceneBase* CLumora::ActivateAnotherScene(int32_t type, int32_t index, bool useT
             Update(0.0f);
         }
     }
+
+    if (AutomaticSwitching() && m_render)
+        m_upcoming.Pick(m_pool, AutomaticPick(), m_run.m_windowMode == EWindowMode::Record,
+                        config.PostProcessingProbability);
 
     const double tookMs = NowMs() - startMs;
     const long minutes = long(config.Time) / 60, seconds = long(config.Time) % 60;
@@ -297,6 +315,10 @@ void CLumora::Update(float deltaTime)
         ++m_sceneFrames;
         const bool recording = m_run.m_windowMode == EWindowMode::Record;
         const float elapsed = recording ? m_sceneSeconds : float((NowMs() - m_sceneStartMs) / 1000.0);
+        // Not in the first second of a scene, nor in its transition, which
+        // are the moments a stall would show most.
+        m_warmDue = !m_upcoming.IsWarm() && m_active && m_active->m_kind != CSceneBase::Kind_Transition &&
+                    elapsed >= std::min(1.0f, 0.5f * m_scheduled) && elapsed < m_scheduled;
         if (!(elapsed > m_scheduled)) {
             // Fewer than 25 frames in the first 5 seconds: the scene is too slow.
             if (m_sceneFrames < 25 && elapsed > 5.0f && m_run.m_windowMode != EWindowMode::Window) {
@@ -313,8 +335,7 @@ void CLumora::Update(float deltaTime)
                 FinishTransition();
             }
         } else {
-            ActivateAnotherScene(m_randomizeScene && !recording ? CScenePool::Pick_Random : CScenePool::Pick_Next, 0,
-                                 true);
+            ActivateAnotherScene(AutomaticPick(), 0, true);
         }
     }
     if (m_active && m_render) {
@@ -363,6 +384,10 @@ void CLumora::Draw(CRender* render)
         return;
     }
     m_finalPass.Draw(render, *m_active, RenderTargetRect(*render));
+    if (m_warmDue) {
+        m_warmDue = false;
+        m_upcoming.Warm(render, m_finalPass, m_pool, [this](CSceneBase* scene) { return PrepareForDrawing(scene); });
+    }
 }
 
 void CLumora::FrameFinished()
@@ -440,6 +465,7 @@ bool CLumora::DeleteScene(const std::string& name)
         return Error("Delete failed. Unable to find '%s'", name.c_str());
     if (scene == m_active)
         SetActiveScene(nullptr);
+    m_upcoming.Forget(scene);
     std::unique_ptr<CSceneBase> owned = m_pool.Remove(scene);
     if (m_render)
         owned->InvalidateDevice(m_render);

@@ -2,6 +2,7 @@
 
 #include "app/director/finalpass.h"
 #include "app/director/scenepool.h"
+#include "app/director/upcomingscene.h"
 #include "scene/runinfo.h"
 
 #include <array>
@@ -101,6 +102,8 @@ private:
     // Makes the scene that a running transition brings in the active one.
     void FinishTransition();
     bool AutomaticSwitching() const;
+    // How the next automatic switch picks its scene.
+    int32_t AutomaticPick() const;
     // The picture's size: the configured render target size, in place of
     // the windows' rectangle.
     SRect RenderTargetRect(const CRender& render) const;
@@ -126,4 +129,7 @@ private:
     float m_scheduled = 0.0f;
 
     CFinalPass m_finalPass;
+    CUpcomingScene m_upcoming;
+    // The next Draw warms the upcoming scene.
+    bool m_warmDue = false;
 };

@@ -154,6 +154,10 @@ TEST_F(DirectorGL, ScenesWhoseEffectDoesNotCompileAreLeftOutAndPlayGoesOn)
         director.FrameFinished();
         ASSERT_NE(director.GetActiveScene(), nullptr);
         EXPECT_EQ(RedAt(32, 16), 255) << "frame " << frame;
+        // The scene after the playing one is made ready, unseen, ahead of its turn.
+        if (frame == 25) {
+            EXPECT_TRUE(log.Contains("broken2.lmc' cannot be drawn"));
+        }
     }
     EXPECT_EQ(director.PlayableCount(), 1u);
     EXPECT_TRUE(log.Contains("broken1.lmc' cannot be drawn on this device and is left out of play"));
