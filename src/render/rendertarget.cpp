@@ -19,7 +19,10 @@ std::shared_ptr<CTexture> CRenderTarget::GetColorTexture()
         return shared;
     // The surface stays owned by the target: the deleter only lets go of the
     // target, which may then return to the pool.
-    std::shared_ptr<CTexture> shared(m_colorTexture.get(), [](CTexture* texture) { texture->m_renderTarget.reset(); });
+    // The pointer of the last lending lets go of its counts first.
+    m_colorTextureShared.reset();
+    std::shared_ptr<CTexture> shared =
+        m_colorSlot.Share(m_colorTexture.get(), [](CTexture* texture) { texture->m_renderTarget.reset(); });
     m_colorTextureShared = shared;
     m_colorTexture->m_renderTarget = m_self.lock();
     return shared;

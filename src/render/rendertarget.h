@@ -1,6 +1,7 @@
 #pragma once
 
 #include "render/camera.h"
+#include "render/lendslot.h"
 #include "render/rendertypes.h"
 
 #include <cstdint>
@@ -34,6 +35,10 @@ public:
     // lives, the target stays out of the pool even if nobody holds the target.
     std::shared_ptr<CTexture> GetColorTexture();
 
+    // Where the pointers that lend the target and its colour surface keep
+    // their counts; before the weak pointers that may point into them.
+    CLendSlot m_selfSlot;
+    CLendSlot m_colorSlot;
     std::unique_ptr<CTexture> m_colorTexture;
     std::weak_ptr<CTexture> m_colorTextureShared;
     // The manager's pointer to this target while it is lent out.

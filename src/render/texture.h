@@ -1,5 +1,7 @@
 #pragma once
 
+#include "render/lendslot.h"
+
 #include <cstdint>
 #include <memory>
 #include <vector>
@@ -58,6 +60,8 @@ public:
     int m_type;
     int m_flags = 0;
     CTextureManager* m_manager;
+    // Where the pointer that lends the texture out keeps its counts.
+    CLendSlot m_lendSlot;
     // Set only while the surface is lent out by its target's
     // GetColorTexture, so that the target stays in use.
     std::shared_ptr<CRenderTarget> m_renderTarget;

@@ -108,12 +108,14 @@ CRenderTarget* CTextureManager::AddUsed(std::unique_ptr<CRenderTarget> target)
 
 std::shared_ptr<CTexture> CTextureManager::Lend(CTexture* texture)
 {
-    return std::shared_ptr<CTexture>(texture, [this](CTexture* t) { ReleaseTexture(t); });
+    return texture->m_lendSlot.Share(texture, [this](CTexture* t) { ReleaseTexture(t); });
 }
 
 std::shared_ptr<CRenderTarget> CTextureManager::Lend(CRenderTarget* target)
 {
-    std::shared_ptr<CRenderTarget> shared(target, [this](CRenderTarget* t) { ReleaseRenderTarget(t); });
+    // The pointer of the last lending lets go of its counts first.
+    target->m_self.reset();
+    std::shared_ptr<CRenderTarget> shared = target->m_selfSlot.Share(target, [this](CRenderTarget* t) { ReleaseRenderTarget(t); });
     target->m_self = shared;
     return shared;
 }

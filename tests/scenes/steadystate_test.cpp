@@ -1,0 +1,106 @@
+// A shipped scene that has settled allocates no memory from one frame to the
+// next: every frame reuses the pooled textures, targets, render lists and
+// expression values of the frames before. Allocations are counted by the
+// global operator new of this test program.
+
+#include "app/cfg.h"
+#include "app/director/lumora.h"
+#include "app/host/clock.h"
+#include "app/paths.h"
+#include "renderogl/glcontext.h"
+#include "renderogl/renderogl.h"
+#include "scene/scene.h"
+#include "support/logcapture.h"
+#include "support/tempdir.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cstdlib>
+#include <new>
+#include <string>
+
+namespace {
+
+std::atomic<bool> g_counting{false};
+std::atomic<long> g_allocations{0};
+
+} // namespace
+
+void* operator new(std::size_t size)
+{
+    if (g_counting.load(std::memory_order_relaxed))
+        g_allocations.fetch_add(1, std::memory_order_relaxed);
+    if (void* p = std::malloc(size ? size : 1))
+        return p;
+    throw std::bad_alloc();
+}
+
+void operator delete(void* p) noexcept
+{
+    std::free(p);
+}
+
+void operator delete(void* p, std::size_t) noexcept
+{
+    std::free(p);
+}
+
+namespace {
+
+const std::string kData = LUMORA_DATA_DIR;
+
+class SteadyState : public ::testing::TestWithParam<std::string>
+{
+};
+
+TEST_P(SteadyState, ASettledSceneAllocatesNothingFromFrameToFrame)
+{
+    setenv("SDL_VIDEODRIVER", "offscreen", 1);
+    CTempDir home;
+    setenv("XDG_CONFIG_HOME", home.Path().c_str(), 1);
+    setenv("LUMORA_APPPATH", kData.c_str(), 1);
+    g_paths.Setup();
+    constexpr int Width = 160, Height = 90;
+    CGLContext context;
+    ASSERT_TRUE(context.CreateHeadless(Width, Height));
+    CRenderOGL render;
+    ASSERT_TRUE(render.InitDevice());
+    render.m_virtualRect = render.m_currentRect = SRect{0, 0, Width, Height};
+    CCfg config;
+    CLumora director(config, CClock::System());
+    director.m_render = &render;
+    director.m_run.m_windowMode = EWindowMode::Window;
+    director.m_autoGotoNextScene = false;
+    director.Init();
+    auto scene = director.NewScene();
+    ASSERT_TRUE(scene->Load(kData + "/" + GetParam(), true));
+    ASSERT_TRUE(director.PlayOnly(std::move(scene)));
+
+    const auto frame = [&] {
+        director.Update(1.0f / 30.0f);
+        director.Draw(&render);
+        director.FrameFinished();
+    };
+    for (int i = 0; i < 10; ++i)
+        frame();
+    g_allocations = 0;
+    g_counting = true;
+    for (int i = 0; i < 100; ++i)
+        frame();
+    g_counting = false;
+    EXPECT_EQ(g_allocations.load(), 0) << "allocations in 100 frames";
+    director.InvalidateDevice(&render);
+    director.m_render = nullptr;
+    render.ReleaseDevice();
+}
+
+INSTANTIATE_TEST_SUITE_P(Shipped, SteadyState,
+                         ::testing::Values("scenes/Plasma.lmc", "scenes/Starfield.lmc",
+                                           "scenes/transitions/Crossfade.lmc", "scenes/post/Vignette.lmc"),
+                         [](const auto& info) {
+                             std::string name = info.param.substr(info.param.rfind('/') + 1);
+                             return name.substr(0, name.find('.'));
+                         });
+
+} // namespace
