@@ -41,8 +41,9 @@ public:
 
     // Empty means "[apppath]playlists/Default.lmp". UTF-8.
     std::string Playlist;
-    bool SendAnonymousUsageInfo = true;
-    bool CheckForNewVersion = true;
+    // Both ask the network, so both wait for the user's consent.
+    bool SendAnonymousUsageInfo = false;
+    bool CheckForNewVersion = false;
     bool AutoGotoNextScene = true;
     bool RandomizeScene = true;
     bool CaptureSound = true;

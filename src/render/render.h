@@ -117,6 +117,12 @@ public:
     int m_recordWidth = 1920;
     int m_recordHeight = 1080;
     std::vector<CMonitor> m_monitors;
+    // What the device and the desktop are, for the usage statistics:
+    // "vendor, renderer, version" once a context exists, "WxHxBits" of the
+    // primary desktop and "WxH" of all monitors together after Init.
+    std::string m_deviceText;
+    std::string m_desktopText;
+    std::string m_virtualText;
 
     struct SDeviceObjects
     {

@@ -64,9 +64,17 @@ bool CGLContext::CreateForWindow(SDL_Window* window)
     m_context = SDL_GL_CreateContext(window);
     if (!m_context)
         return Error("Context creation failed: %s", SDL_GetError());
-    Log("OGLInfo : %s, %s, %s", reinterpret_cast<const char*>(glGetString(GL_VENDOR)),
-        reinterpret_cast<const char*>(glGetString(GL_RENDERER)), reinterpret_cast<const char*>(glGetString(GL_VERSION)));
+    Log("OGLInfo : %s", DeviceText().c_str());
     return LoadEntryPoints();
+}
+
+std::string CGLContext::DeviceText()
+{
+    const auto text = [](GLenum name) {
+        const auto* value = reinterpret_cast<const char*>(glGetString(name));
+        return std::string(value ? value : "");
+    };
+    return text(GL_VENDOR) + ", " + text(GL_RENDERER) + ", " + text(GL_VERSION);
 }
 
 bool CGLContext::MakeCurrent(SDL_Window* window)

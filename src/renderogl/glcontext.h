@@ -2,6 +2,8 @@
 
 #include <SDL.h>
 
+#include <string>
+
 // The one OpenGL context, made current on the window it was created for.
 // Owns the SDL video subsystem reference, the window it was created with when
 // it made its own, and the context.
@@ -27,6 +29,8 @@ public:
     // Loads the entry points; true when OpenGL 2.0 and everything the
     // renderer calls are present. Logs what is missing.
     static bool LoadEntryPoints();
+    // "vendor, renderer, version" of the current context.
+    static std::string DeviceText();
 
 private:
     bool InitVideo();

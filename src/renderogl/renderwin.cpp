@@ -79,6 +79,8 @@ bool CRenderWin::Init(bool enumerateMonitors)
     const int virtualHeight = m_monitors.empty() ? primary.h : virt.Height();
     Log("Desktop primary: %ldx%ldx%ld Virtual:%ldx%ld", long(primary.w), long(primary.h), depth, long(virtualWidth),
         long(virtualHeight));
+    m_desktopText = std::to_string(primary.w) + "x" + std::to_string(primary.h) + "x" + std::to_string(depth);
+    m_virtualText = std::to_string(virtualWidth) + "x" + std::to_string(virtualHeight);
     ComputeSections(m_monitors, virtualWidth, virtualHeight);
     for (const CMonitor& m : m_monitors)
         Log("Monitor: \"%s\" \"%s\" \"%s\" Render section: %ld,%ld,%ld,%ld", m.m_deviceName.c_str(),
@@ -192,6 +194,7 @@ bool CRenderWin::InitOpenGL(SDL_Window* window)
         m_failed = true;
         return false;
     }
+    m_deviceText = CGLContext::DeviceText();
     SDL_GL_SetSwapInterval(1);
     return true;
 }

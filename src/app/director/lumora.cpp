@@ -6,8 +6,10 @@
 #include "app/director/playlistscenes.h"
 #include "app/host/clock.h"
 #include "app/log.h"
+#include "app/paths.h"
 #include "app/random.h"
 #include "app/stoprequest.h"
+#include "app/textutil.h"
 #include "app/trace.h"
 #include "nodes/nodetypes.h"
 #include "platform/configlauncher.h"
@@ -16,6 +18,7 @@
 #include "scene/scene.h"
 #include "scene/scenelayered.h"
 #include "scene/scenetransition.h"
+#include "services/stats.h"
 #include "sound/soundanalyzer.h"
 
 #include <QXmlStreamReader>
@@ -53,6 +56,7 @@ CLumora::CLumora(const CCfg& config, CClock& clock)
 CLumora::~CLumora()
 {
     Free();
+    CStats::Instance().Exit();
     m_nodeFactory->Release();
     if (s_instance == this)
         s_instance = nullptr;
@@ -71,6 +75,7 @@ bool CLumora::Init()
     TRACE_LOG("CLumora::Init");
     m_active = nullptr;
     Free();
+    CStats::Instance().Init();
     ResetSceneTimers();
     if (g_soundAnalyzer) {
         const CCfg& config = m_config;
@@ -268,6 +273,8 @@ void CLumora::SetActiveScene(CSceneBase* scene)
     CSceneBase* old = m_active;
     if (old && scene && old->GetId() == scene->GetId())
         return;
+    CStats& stats = CStats::Instance();
+    stats.SceneEnd();
     const bool toPlain = !scene || scene->m_kind != CSceneBase::Kind_Transition;
     if (old && toPlain)
         old->Restart();
@@ -284,6 +291,8 @@ void CLumora::SetActiveScene(CSceneBase* scene)
     // Coming from a transition, the scene already has its resources.
     if (scene && (!old || old->m_kind != CSceneBase::Kind_Transition))
         scene->ForceRestore();
+    if (scene)
+        stats.SceneStart(CompressPath(WithSlashes(scene->GetFileName())), !toPlain);
 }
 
 bool CLumora::PrepareForDrawing(CSceneBase* scene)
@@ -308,6 +317,7 @@ bool CLumora::PrepareForDrawing(CSceneBase* scene)
 void CLumora::Update(float deltaTime)
 {
     m_sceneSeconds += deltaTime;
+    CStats::Instance().AddSceneTime(deltaTime);
     // A media player's own context brings its own sound.
     if (g_soundAnalyzer && !IsPlayerPlugin(m_run.m_appType))
         g_soundAnalyzer->Update(deltaTime);
@@ -394,6 +404,7 @@ void CLumora::FrameFinished()
 {
     if (m_active)
         m_active->FrameFinished();
+    CStats::Instance().FrameFinished();
 }
 
 bool CLumora::RestoreDevice(CRender* render)

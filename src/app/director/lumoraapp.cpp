@@ -2,6 +2,7 @@
 
 #include "app/director/lumora.h"
 #include "app/director/playlist.h"
+#include "app/cfg.h"
 #include "app/log.h"
 #include "app/paths.h"
 #include "app/regularfile.h"
@@ -27,6 +28,12 @@ void CLumoraApp::Start(const CCfg& config, CRender* render, SRunInfo run)
     run.m_config = &config;
     m_director->m_run = run;
     m_director->Init();
+    // Only with the user's consent, and not in runs that make pictures or
+    // serve another program.
+    const bool shows = run.m_appType == EAppType::Visualizer || run.m_appType == EAppType::Screensaver;
+    if (config.CheckForNewVersion && shows && run.m_windowMode != EWindowMode::Record &&
+        run.m_windowMode != EWindowMode::Preview)
+        m_versionCheck.Start();
 }
 
 namespace {
@@ -155,6 +162,7 @@ void CLumoraApp::FrameFinished()
 {
     if (m_director)
         m_director->FrameFinished();
+    m_versionCheck.Poll();
 }
 
 bool CLumoraApp::RestoreDevice()

@@ -2,6 +2,7 @@
 
 #include "render/userapp3d.h"
 #include "scene/runinfo.h"
+#include "services/versioncheck.h"
 
 #include <memory>
 #include <string>
@@ -50,4 +51,5 @@ private:
     CClock& m_clock;
     std::unique_ptr<CLumora> m_director;
     CRender* m_render = nullptr;
+    CVersionCheck m_versionCheck;
 };

@@ -8,6 +8,7 @@
 #include "app/stoprequest.h"
 #include "app/trace.h"
 #include "render/userapp3d.h"
+#include "services/stats.h"
 #include "sound/soundanalyzer.h"
 
 CAppTypeWin* g_appTypeWin = nullptr;
@@ -46,6 +47,10 @@ bool CAppTypeWin::Init()
         m_render.reset();
         return Error("Unable to initialize OpenGL!");
     }
+    CStats& stats = CStats::Instance();
+    stats.m_send = m_config->SendAnonymousUsageInfo;
+    stats.m_appType = m_appType;
+    stats.m_windowMode = m_windowMode;
     // Later entries override earlier ones; entries naming a monitor that is
     // gone match nothing and are ignored.
     for (CMonitor& monitor : m_render->m_monitors) {
@@ -69,6 +74,11 @@ bool CAppTypeWin::CreateWindows()
         return false;
     if (!m_render->CreateScreen(m_windowMode, true))
         return false;
+    CStats& stats = CStats::Instance();
+    stats.m_openGl = m_render->m_deviceText;
+    stats.m_desktopSize = m_render->m_desktopText;
+    stats.m_virtualSize = m_render->m_virtualText;
+    stats.m_numMonitors = int32_t(m_render->m_monitors.size());
     return m_render->Initialize3DEnvironment();
 }
 
