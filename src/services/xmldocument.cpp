@@ -44,21 +44,11 @@ struct SCloseFile
 };
 using FilePtr = std::unique_ptr<FILE, SCloseFile>;
 
-// Which of the table's errors a reader's failure is, by what it was reading.
-int ErrorFor(const QXmlStreamReader& reader, QXmlStreamReader::TokenType last)
+// Qt tells a cut-off text from a malformed one, not what was being read.
+int ErrorFor(const QXmlStreamReader& reader)
 {
-    if (reader.error() == QXmlStreamReader::PrematureEndOfDocumentError)
-        return CXmlDocument::Error_EmbeddedNull;
-    switch (last) {
-    case QXmlStreamReader::StartElement:
-        return CXmlDocument::Error_ReadingAttributes;
-    case QXmlStreamReader::Characters:
-        return CXmlDocument::Error_ReadingElementValue;
-    case QXmlStreamReader::Comment:
-        return CXmlDocument::Error_ParsingComment;
-    default:
-        return CXmlDocument::Error_ParsingElement;
-    }
+    return reader.error() == QXmlStreamReader::PrematureEndOfDocumentError ? CXmlDocument::Error_EmbeddedNull
+                                                                           : CXmlDocument::Error_ParsingElement;
 }
 
 } // namespace
@@ -137,12 +127,10 @@ bool CXmlDocument::Parse(std::string_view text)
 
     QXmlStreamReader reader(QByteArray::fromRawData(text.data(), qsizetype(text.size())));
     CXmlNode* parent = this;
-    QXmlStreamReader::TokenType last = QXmlStreamReader::NoToken;
     while (!reader.atEnd()) {
         const QXmlStreamReader::TokenType token = reader.readNext();
         if (token == QXmlStreamReader::Invalid)
             break;
-        last = token;
         std::unique_ptr<CXmlNode> node;
         switch (token) {
         case QXmlStreamReader::StartDocument:
@@ -192,7 +180,7 @@ bool CXmlDocument::Parse(std::string_view text)
         }
     }
     if (reader.hasError()) {
-        SetError(ErrorFor(reader, last), int(reader.lineNumber()), int(reader.columnNumber()) + 1);
+        SetError(ErrorFor(reader), int(reader.lineNumber()), int(reader.columnNumber()) + 1);
         Clear();
         return false;
     }
