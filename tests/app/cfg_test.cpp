@@ -116,7 +116,10 @@ TEST(Cfg, ReadingRulesAndTheFormWrittenBack)
         {"Screensaver flags are integers equal to 1, Config flags the text \"1\"",
          "<Screensaver AutoGotoNextScene=\"01\" RandomizeScene=\"1\" CaptureSound=\"2\" "
          "MaxSilenceTime=\"10\"/><Config CheckForNewVersion=\"01\" SendAnonymousUsageInfo=\"1\"/>",
-         [](CCfg& c) { c.CaptureSound = c.CheckForNewVersion = false; }},
+         [](CCfg& c) {
+             c.CaptureSound = c.CheckForNewVersion = false;
+             c.SendAnonymousUsageInfo = true;
+         }},
         {"whole percents of post-processing only",
          on + "><Scene MinRunTime=\"9\" MaxRunTime=\"14\" PostProcessingProbability=\"33.9%\"/>"
               "</Screensaver>",

@@ -6,6 +6,7 @@
 #include "app/crashnotes.h"
 #include "app/director/lumora.h"
 #include "app/director/playlist.h"
+#include "app/paths.h"
 #include "app/host/clock.h"
 #include "app/random.h"
 #include "scene/runinfo.h"
@@ -13,6 +14,7 @@
 #include "scene/scene.h"
 #include "scene/scenelayered.h"
 #include "scene/scenetransition.h"
+#include "services/stats.h"
 #include "support/logcapture.h"
 #include "support/tempdir.h"
 
@@ -117,6 +119,43 @@ TEST_F(Director, RandomPlayRepeatsNoSceneWithinACycle)
         EXPECT_EQ(seen.size(), 5u) << "cycle " << cycle;
     }
     EXPECT_TRUE(m_log.Contains("*** Picked standalone scene"));
+}
+
+TEST_F(Director, UsageStatisticsCountTheScenesAndFramesOfARun)
+{
+    CStats& stats = CStats::Instance();
+    struct SOff
+    {
+        ~SOff() { CStats::Instance().m_send = false; }
+    } off;
+    stats.m_send = true;
+    stats.m_appType = EAppType::Visualizer;
+    stats.m_path = m_dir.File("stats.dat");
+    stats.m_url = "http://127.0.0.1:1/";
+    std::time_t now = 1700000000;
+    stats.m_now = [&now] { return now; };
+    m_config.RandomizeScene = false;
+    {
+        std::unique_ptr<CLumora> director = Play(3);
+        for (int i = 0; i < 20 * 30; ++i) {
+            m_clock.Advance(1.0 / 30.0);
+            director->Update(1.0f / 30.0f);
+            director->FrameFinished();
+        }
+        // Scenes of a little over 7 seconds: the third has run about 6.
+        EXPECT_EQ(stats.SceneName(), CompressPath(m_dir.File("s2.lms")));
+        EXPECT_NEAR(stats.SceneFrames(), 6 * 30, 3);
+        EXPECT_NEAR(stats.SceneTime() * 30.0f, float(stats.SceneFrames()), 1.01f);
+        EXPECT_EQ(stats.Frames(), 20 * 30);
+        now += 20;
+    }
+    const CStats::SRunRecord* record = stats.Record(EAppType::Visualizer);
+    EXPECT_EQ(record->m_runCount, 1);
+    EXPECT_EQ(record->m_runTime, 20);
+    EXPECT_EQ(record->m_scenes, 3);
+    EXPECT_DOUBLE_EQ(record->m_avgFps, 30.0);
+    const std::string file = ReadFile(m_dir.File("stats.dat"));
+    EXPECT_NE(file.find("<visualizer runcount=\"1\" runtime=\"20\""), std::string::npos) << file;
 }
 
 TEST_F(Director, RunTimesComeFromTheSettingsOrThePlaylist)
