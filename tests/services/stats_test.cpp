@@ -3,6 +3,7 @@
 
 #include "httpserver.h"
 #include "services/stats.h"
+#include "services/versioncheck.h"
 #include "services/xmldocument.h"
 #include "support/logcapture.h"
 #include "support/tempdir.h"
@@ -194,6 +195,42 @@ TEST_F(Stats, BrokenFileIsStartedAnewWithALogLine)
         EXPECT_EQ(RootAttribute("installid").size(), 40u);
     }
     EXPECT_FALSE(server.WaitForRequests(1, 0.2));
+}
+
+} // namespace
+
+namespace {
+
+TEST(VersionCheck, ANewerVersionIsLoggedAndFailuresStaySilent)
+{
+    const struct
+    {
+        CTestHttpServer::EAnswer answer;
+        const char* offered;
+        const char* newer;
+    } rows[] = {
+        {CTestHttpServer::EAnswer::Ok, "2.10.0\n", "2.10.0"},
+        {CTestHttpServer::EAnswer::Ok, "2.9", ""},
+        {CTestHttpServer::EAnswer::Ok, "<html>", ""},
+        {CTestHttpServer::EAnswer::ServerError, "", ""},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.offered);
+        CTestHttpServer server(row.answer, row.offered);
+        CLogCapture log;
+        CVersionCheck check;
+        check.m_url = server.Url("/version");
+        check.m_current = "2.9.1";
+        check.Start();
+        // A silent answer can only be waited out.
+        const int tries = *row.newer ? 1000 : 100;
+        for (int i = 0; i < tries && check.m_newer.empty(); ++i) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(5));
+            check.Poll();
+        }
+        EXPECT_EQ(check.m_newer, row.newer);
+        EXPECT_EQ(log.Messages().size(), *row.newer ? 1u : 0u);
+    }
 }
 
 } // namespace
