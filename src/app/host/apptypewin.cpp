@@ -74,12 +74,13 @@ bool CAppTypeWin::CreateWindows()
         return false;
     if (!m_render->CreateScreen(m_windowMode, true))
         return false;
+    const bool ready = m_render->Initialize3DEnvironment();
     CStats& stats = CStats::Instance();
     stats.m_openGl = m_render->m_deviceText;
     stats.m_desktopSize = m_render->m_desktopText;
     stats.m_virtualSize = m_render->m_virtualText;
     stats.m_numMonitors = int32_t(m_render->m_monitors.size());
-    return m_render->Initialize3DEnvironment();
+    return ready;
 }
 
 void CAppTypeWin::ShutdownApp()
