@@ -396,7 +396,7 @@ void CLumora::Draw(CRender* render)
     m_finalPass.Draw(render, *m_active, RenderTargetRect(*render));
     if (m_warmDue) {
         m_warmDue = false;
-        m_upcoming.Warm(render, m_finalPass, m_pool, [this](CSceneBase* scene) { return PrepareForDrawing(scene); });
+        m_upcoming.Warm(render, m_finalPass, m_pool, m_active, [this](CSceneBase* scene) { return PrepareForDrawing(scene); });
     }
 }
 

@@ -47,12 +47,15 @@ void CUpcomingScene::Clear()
     m_warm = false;
 }
 
-void CUpcomingScene::Warm(CRender* render, CFinalPass& finalPass, CScenePool& pool,
+void CUpcomingScene::Warm(CRender* render, CFinalPass& finalPass, CScenePool& pool, const CSceneBase* active,
                           const std::function<bool(CSceneBase*)>& prepare)
 {
     if (IsWarm() || !render)
         return;
     m_warm = true;
+    // A playlist of one scene comes back to the scene that plays.
+    if (active && active->GetId() == m_scene->GetId())
+        return;
     if (!prepare(m_scene)) {
         pool.Drop(std::exchange(m_scene, nullptr));
         return;
@@ -84,12 +87,12 @@ void CUpcomingScene::Warm(CRender* render, CFinalPass& finalPass, CScenePool& po
     }
     target->Unbind();
 
+    // The scene itself keeps what it drew with until its first frame is
+    // finished: it may share layers with the scene that plays, whose frame
+    // is not finished yet. Its clock has not moved.
     if (drawn == m_transition) {
         m_transition->m_transition->FrameFinished();
         m_transition->m_transition->Restart();
         m_transition->m_from = m_transition->m_to = nullptr;
     }
-    m_scene->FrameFinished();
-    // Its clock starts when it is shown.
-    m_scene->Restart();
 }

@@ -32,8 +32,9 @@ public:
     bool IsWarm() const { return m_warm || !m_scene; }
     // Makes the scene's device objects with `prepare` (false drops it from
     // `pool`) and draws it, through its transition if it has one, into a
-    // small target through `finalPass`.
-    void Warm(CRender* render, CFinalPass& finalPass, CScenePool& pool,
+    // small target through `finalPass`. The scene that plays, `active`,
+    // needs none of it.
+    void Warm(CRender* render, CFinalPass& finalPass, CScenePool& pool, const CSceneBase* active,
               const std::function<bool(CSceneBase*)>& prepare);
 
     // Edge of the unseen target: big enough for every pass to run, small
