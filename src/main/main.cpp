@@ -17,16 +17,20 @@
 #include "nodes/nodetypes.h"
 #include "platform/audiosources.h"
 #include "platform/crashhandler.h"
+#include "platform/editorframing.h"
+#include "platform/editorserver.h"
 #include "render/render.h"
 #include "renderogl/renderogl.h"
 #include "render/userapp3d.h"
 #include "scene/nodefactory.h"
+#include "services/scriptengine.h"
 
 #include <QCommandLineParser>
 
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <memory>
 #include <string>
 #include <unistd.h>
 #include <vector>
@@ -43,6 +47,8 @@ constexpr const char* kUsage =
     "  --fullscreen        one full-screen window per monitor (the default)\n"
     "  --window            a plain window of 1280x720\n"
     "  --frames <n>        end by itself after n frames\n"
+    "  --editor            let an editor or lumora-cmd drive the run through the\n"
+    "                      socket $XDG_RUNTIME_DIR/lumora/editor.sock\n"
     "  --list-node-types   print the catalogue of node types as XML and exit\n"
     "  --list-audio-sources  print the sound sources that can be captured and exit\n"
     "  --song <file>       hear this song file (any format FFmpeg reads) instead of\n"
@@ -73,6 +79,7 @@ struct SOptions
     EAction action = EAction::Run;
     EWindowMode windowMode = EWindowMode::FullScreen;
     int frames = 0;
+    bool editor = false;
     std::string startScene;
     bool headless = false;
     std::string songPath;
@@ -118,10 +125,10 @@ SOptions ParseCommandLine(int argc, char** argv)
 {
     const QCommandLineOption help(QStringList{"h", "help"}), window("window"), fullScreen("fullscreen"),
         listNodeTypes("list-node-types"), listAudioSources("list-audio-sources"), headless("headless"),
-        scene("f", {}, "file"), song("song", {}, "file"), frames("frames", {}, "n"), out("out", {}, "dir"),
+        editor("editor"), scene("f", {}, "file"), song("song", {}, "file"), frames("frames", {}, "n"), out("out", {}, "dir"),
         size("size", {}, "WxH"), fps("fps", {}, "f"), seconds("seconds", {}, "s"), seed("seed", {}, "n");
     QCommandLineParser parser;
-    parser.addOptions({help, window, fullScreen, listNodeTypes, listAudioSources, headless, scene, song, frames, out,
+    parser.addOptions({help, window, fullScreen, listNodeTypes, listAudioSources, headless, editor, scene, song, frames, out,
                        size, fps, seconds, seed});
     QStringList arguments;
     for (int i = 0; i < argc; ++i)
@@ -148,6 +155,7 @@ SOptions ParseCommandLine(int argc, char** argv)
             options.action = EAction::ListAudioSources;
     }
     options.headless = parser.isSet(headless);
+    options.editor = parser.isSet(editor);
     options.startScene = Bytes(parser.value(scene));
     options.songPath = Bytes(parser.value(song));
     options.recording.m_outDirectory = Bytes(parser.value(out));
@@ -239,6 +247,23 @@ int RunVisualizer(const SOptions& options)
         return 1;
     }
     app.Director()->m_requestClose = [&host] { host.ShutdownApp(); };
+    app.Director()->m_frameLoop = &host;
+    std::unique_ptr<CEditorServer> editor;
+    if (options.editor) {
+        CEditorServer::SOptions editorOptions;
+        editorOptions.m_path = CEditorServer::DefaultPath(g_paths.m_userPath);
+        editorOptions.m_maxMessage = kEditorMaxMessage;
+        editor = std::make_unique<CEditorServer>(*CScriptEngine::Get(), std::move(editorOptions));
+        // The director holds the interpreter for as long as the server lives.
+        CScriptEngine::Get()->Release();
+        if (!editor->Start()) {
+            fprintf(stderr, "lumora: the editor connection cannot start; the log tells why\n");
+            editor.reset();
+        } else {
+            app.Director()->m_profilerOn = true;
+            fprintf(stderr, "lumora: an editor can connect at %s\n", editor->Path().c_str());
+        }
+    }
     host.RunApp();
     return 0;
 }

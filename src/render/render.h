@@ -92,6 +92,9 @@ public:
     // The current rectangle as BGR bytes, bottom row first; false without a
     // device.
     virtual bool ReadPixels(void* /*buffer*/) { return false; }
+    // 1 waits for the display's refresh on each swap, 0 does not; nothing
+    // without a context.
+    virtual void SetSwapInterval(int /*interval*/) {}
 
     CRenderData* GetRenderData() { return m_data.get(); }
     CRenderStateManager* GetStateManager() { return m_data ? m_data->GetStateManager() : nullptr; }

@@ -199,6 +199,12 @@ bool CRenderWin::InitOpenGL(SDL_Window* window)
     return true;
 }
 
+void CRenderWin::SetSwapInterval(int interval)
+{
+    if (m_context)
+        SDL_GL_SetSwapInterval(interval);
+}
+
 bool CRenderWin::Initialize3DEnvironment()
 {
     TRACE("CRenderWin::Initialize3DEnvironment");

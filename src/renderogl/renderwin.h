@@ -51,6 +51,7 @@ public:
     // and SDL fell back to drawing into memory, which nobody sees. A driver
     // chosen through SDL_VIDEODRIVER counts as a display. Known after Init.
     bool HasDisplay() const override { return m_hasDisplay; }
+    void SetSwapInterval(int interval) override;
 
     std::vector<CRenderWindow> m_windows;
     int m_currentWindow = -1;

@@ -5,6 +5,7 @@
 #include "ports/port.h"
 #include "scene/node.h"
 #include "scene/nodedeclaration.h"
+#include "services/scriptengine.h"
 
 #include <QXmlStreamWriter>
 #include <algorithm>
@@ -22,11 +23,25 @@ void SerializePorts(QXmlStreamWriter* writer, const char* element, const std::ve
     writer->writeEndElement();
 }
 
+SCommandResult NodeTypesGet(CScriptEngine& engine, CScriptRequest& request, void* context)
+{
+    static_cast<const CNodeFactory*>(context)->SerializeNodeTypes(&request.Writer());
+    engine.SendAnswer(request);
+    return SCommandResult::Done();
+}
+
 } // namespace
 
-CNodeFactory::CNodeFactory() = default;
+CNodeFactory::CNodeFactory() : m_scriptEngine(CScriptEngine::Get())
+{
+    m_scriptEngine->AddCommand("NodeTypesGet", NodeTypesGet, this);
+}
 
-CNodeFactory::~CNodeFactory() = default;
+CNodeFactory::~CNodeFactory()
+{
+    m_scriptEngine->RemoveCommands(this);
+    m_scriptEngine->Release();
+}
 
 void CNodeFactory::Init(std::span<const SNodeType> types)
 {

@@ -11,6 +11,7 @@
 class CNode;
 class CNodeDeclaration;
 class CNodeInfo;
+class CScriptEngine;
 struct CSceneContext;
 class QXmlStreamWriter;
 
@@ -55,4 +56,6 @@ private:
     // The descriptors made by Init, which live as long as the factory.
     std::vector<std::unique_ptr<CNodeInfo>> m_declared;
     bool m_initialized = false;
+    // Answers "NodeTypesGet" for the editor.
+    CScriptEngine* m_scriptEngine;
 };

@@ -1,7 +1,7 @@
 #include "services/picturesequencewriter.h"
 
 #include "app/log.h"
-#include "render/bitmapfile.h"
+#include "services/windowpicture.h"
 #include "render/render.h"
 
 #include <cstdio>
@@ -38,20 +38,10 @@ void CPictureSequenceWriter::WriteFrame(int)
     if (!m_good || !m_render || m_render->GetWindowCount() == 0)
         return;
     m_render->SwitchToRenderWindow(0);
-    const int width = m_render->m_currentRect.Width();
-    const int height = m_render->m_currentRect.Height();
-    m_pixels.resize(size_t(width) * size_t(height) * 3);
     const std::string path = m_directory + "/" + FrameName(m_framesWritten + 1);
-    if (!m_render->ReadPixels(m_pixels.data())) {
-        Error("Unable to read back the picture \"%s\"; no more frames are written", path.c_str());
-        m_good = false;
-        return;
-    }
-
-    CBitmapFile picture;
-    if (!picture.SetBgrBottomUp(m_pixels.data(), width, height) || !picture.Save(path.c_str())) {
+    if (!SaveWindowPicture(*m_render, path, m_pixels)) {
         // A full disk fails every later frame too; one line says it.
-        Error("Unable to write the picture \"%s\"; no more frames are written", path.c_str());
+        Error("No more frames are written");
         m_good = false;
         return;
     }

@@ -2,6 +2,7 @@
 
 #include "app/cfg.h"
 #include "app/crashnotes.h"
+#include "app/director/editorcommands.h"
 #include "app/director/playlist.h"
 #include "app/director/playlistscenes.h"
 #include "app/host/clock.h"
@@ -19,6 +20,7 @@
 #include "scene/scenelayered.h"
 #include "scene/scenetransition.h"
 #include "services/stats.h"
+#include "services/scriptengine.h"
 #include "sound/soundanalyzer.h"
 
 #include <QXmlStreamReader>
@@ -44,10 +46,11 @@ void NoteForCrashReport(const CSceneBase* scene)
 } // namespace
 
 CLumora::CLumora(const CCfg& config, CClock& clock)
-    : m_config(config), m_clock(clock), m_nodeFactory(CNodeFactory::Get())
+    : m_config(config), m_clock(clock), m_nodeFactory(CNodeFactory::Get()), m_scriptEngine(CScriptEngine::Get())
 {
     s_instance = this;
     m_nodeFactory->Init(NodeTypes());
+    RegisterEditorCommands(*m_scriptEngine, *this);
     m_autoGotoNextScene = config.AutoGotoNextScene;
     m_randomizeScene = config.RandomizeScene;
     m_run.m_config = &config;
@@ -57,6 +60,8 @@ CLumora::~CLumora()
 {
     Free();
     CStats::Instance().Exit();
+    m_scriptEngine->RemoveCommands(this);
+    m_scriptEngine->Release();
     m_nodeFactory->Release();
     if (s_instance == this)
         s_instance = nullptr;
@@ -348,6 +353,8 @@ void CLumora::Update(float deltaTime)
             ActivateAnotherScene(AutomaticPick(), 0, true);
         }
     }
+    // Commands of an editor run between two scene updates.
+    m_scriptEngine->Run(m_commandBudgetMs);
     if (m_active && m_render) {
         const SRect kept = m_render->m_virtualRect;
         m_render->m_virtualRect = RenderTargetRect(*m_render);
@@ -405,6 +412,8 @@ void CLumora::FrameFinished()
     if (m_active)
         m_active->FrameFinished();
     CStats::Instance().FrameFinished();
+    if (m_profilerOn)
+        m_profiler.FrameFinished(NowMs() / 1000.0, *m_scriptEngine);
 }
 
 bool CLumora::RestoreDevice(CRender* render)
@@ -474,10 +483,23 @@ bool CLumora::DeleteScene(const std::string& name)
     CSceneBase* scene = FindSceneByFile(name);
     if (!scene)
         return Error("Delete failed. Unable to find '%s'", name.c_str());
+    return RemoveScene(scene);
+}
+
+void CLumora::AddScene(std::unique_ptr<CSceneBase> scene)
+{
+    m_pool.AddStandalone(std::move(scene));
+    UpdateRunInfo();
+}
+
+bool CLumora::RemoveScene(CSceneBase* scene)
+{
     if (scene == m_active)
         SetActiveScene(nullptr);
     m_upcoming.Forget(scene);
     std::unique_ptr<CSceneBase> owned = m_pool.Remove(scene);
+    if (!owned)
+        return false;
     if (m_render)
         owned->InvalidateDevice(m_render);
     return true;

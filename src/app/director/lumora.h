@@ -4,12 +4,14 @@
 #include "app/director/scenepool.h"
 #include "app/director/upcomingscene.h"
 #include "scene/runinfo.h"
+#include "services/profiler.h"
 
 #include <array>
 #include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
 class CCfg;
 class CClock;
@@ -70,6 +72,11 @@ public:
     // postprocessing scene, any of which may be missing.
     bool PlayOnly(std::array<std::unique_ptr<CScene>, 3> layers);
     bool LoadScene(const std::string& path);
+    // Appends a scene made elsewhere to the playable ones.
+    void AddScene(std::unique_ptr<CSceneBase> scene);
+    // Takes a playable scene out of the run and deletes it.
+    bool RemoveScene(CSceneBase* scene);
+    std::vector<CSceneBase*> PlayableScenes() const { return m_pool.PlayableScenes(); }
     CSceneBase* FindSceneByFile(const std::string& name) const;
     bool DeleteScene(const std::string& name);
     // "background;foreground;postprocessing", loaded and appended to the
@@ -94,6 +101,12 @@ public:
     bool m_randomizeScene = true;
     // Asked to close the visualizer, after ShowConfig started the other program.
     std::function<void()> m_requestClose;
+    // The host's frame loop, for the editor's frame rate settings; may be null.
+    class CFrameLoop* m_frameLoop = nullptr;
+    // Reports the frame rate to an editor once a second.
+    bool m_profilerOn = false;
+    // Most of an update that waiting editor commands may take, in ms.
+    double m_commandBudgetMs = 4.0;
 
     static CLumora* s_instance;
 
@@ -119,6 +132,9 @@ private:
     const CCfg& m_config;
     CClock& m_clock;
     class CNodeFactory* m_nodeFactory;
+
+    class CScriptEngine* m_scriptEngine;
+    CProfiler m_profiler;
 
     CScenePool m_pool;
     CSceneBase* m_active = nullptr;

@@ -302,12 +302,25 @@ void CScenePool::Drop(CSceneBase* scene)
 
 std::unique_ptr<CSceneBase> CScenePool::Remove(CSceneBase* scene)
 {
-    const size_t i = IndexOf(m_standalone, scene);
-    if (i == m_standalone.size())
-        return nullptr;
-    std::unique_ptr<CSceneBase> owned = std::move(m_standalone[i]);
-    m_standalone.erase(m_standalone.begin() + std::ptrdiff_t(i));
-    return owned;
+    for (BaseList* list : {&m_standalone, &m_standaloneUsed}) {
+        const size_t i = IndexOf(*list, scene);
+        if (i == list->size())
+            continue;
+        std::unique_ptr<CSceneBase> owned = std::move((*list)[i]);
+        list->erase(list->begin() + std::ptrdiff_t(i));
+        return owned;
+    }
+    return nullptr;
+}
+
+std::vector<CSceneBase*> CScenePool::PlayableScenes() const
+{
+    std::vector<CSceneBase*> scenes;
+    for (const BaseList* list : {&m_standalone, &m_standaloneUsed}) {
+        for (const auto& scene : *list)
+            scenes.push_back(scene.get());
+    }
+    return scenes;
 }
 
 void CScenePool::InvalidateDevice(CRender* render)

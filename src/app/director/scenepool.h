@@ -74,6 +74,8 @@ public:
     void Drop(CSceneBase* scene);
     // Takes the playable scene out of the pool and hands it over.
     std::unique_ptr<CSceneBase> Remove(CSceneBase* scene);
+    // Every playable scene, picked in this cycle or not.
+    std::vector<CSceneBase*> PlayableScenes() const;
     // Every scene gives its device objects back.
     void InvalidateDevice(CRender* render);
 
