@@ -260,7 +260,6 @@ int RunVisualizer(const SOptions& options)
             fprintf(stderr, "lumora: the editor connection cannot start; the log tells why\n");
             editor.reset();
         } else {
-            app.Director()->m_profilerOn = true;
             fprintf(stderr, "lumora: an editor can connect at %s\n", editor->Path().c_str());
         }
     }

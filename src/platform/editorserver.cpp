@@ -53,6 +53,7 @@ CEditorServer::~CEditorServer()
         m_thread.join();
     }
     m_engine.SetAnswerReadyCallback(nullptr);
+    m_engine.SetCollectors(0);
     for (SClient& client : m_clients) {
         m_engine.ForgetOrigin(client.m_origin);
         close(client.m_fd);
@@ -177,6 +178,7 @@ void CEditorServer::Loop()
         std::erase_if(m_clients, [](const SClient& client) { return client.m_fd < 0; });
         if (fds[1].revents)
             Accept();
+        m_engine.SetCollectors(int(m_clients.size()));
     }
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/editorframing.h"
+
 #include <sys/types.h>
 
 #include <atomic>
@@ -24,7 +26,7 @@ public:
     {
         std::string m_path;
         // A longer message gets an error answer and the connection closes.
-        size_t m_maxMessage = 0;
+        size_t m_maxMessage = kEditorMaxMessage;
         int m_maxClients = 16;
         // Who may connect; by default the user who runs this process.
         std::function<bool(uid_t)> m_acceptPeer;

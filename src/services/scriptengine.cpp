@@ -74,8 +74,9 @@ void CScriptRequest::Attribute(std::string_view name, float value)
 std::string CScriptRequest::Finish()
 {
     m_writer.writeEndDocument();
-    std::string text = m_buffer.toStdString();
-    m_buffer.clear();
+    // The writer keeps its place in the buffer, so the buffer only grows.
+    std::string text = m_buffer.sliced(m_finished).toStdString();
+    m_finished = m_buffer.size();
     return text;
 }
 

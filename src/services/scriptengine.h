@@ -7,6 +7,7 @@
 #include <QXmlStreamReader>
 #include <QXmlStreamWriter>
 
+#include <atomic>
 #include <cstdint>
 #include <deque>
 #include <functional>
@@ -56,6 +57,7 @@ private:
     QByteArray m_text;
     QXmlStreamReader m_reader;
     QByteArray m_buffer;
+    qsizetype m_finished = 0;
     QXmlStreamWriter m_writer;
 };
 
@@ -109,6 +111,10 @@ public:
     void SendAnswer(CScriptRequest& request);
 
     size_t PendingCount();
+    // Whether anyone collects answers now: reports nobody would read are
+    // not made.
+    void SetCollectors(int count) { m_collectors = count; }
+    bool IsCollected() const { return m_collectors > 0; }
     // Called, from the thread that runs commands, when a request finishes.
     void SetAnswerReadyCallback(std::function<void()> callback);
 
@@ -160,6 +166,7 @@ private:
     // The origin of the command that runs now; frame thread only.
     uint32_t m_running = 0;
     bool m_inRun = false;
+    std::atomic<int> m_collectors{0};
 };
 
 // The element name of an answer to a text that named no command.

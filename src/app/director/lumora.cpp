@@ -19,8 +19,8 @@
 #include "scene/scene.h"
 #include "scene/scenelayered.h"
 #include "scene/scenetransition.h"
-#include "services/stats.h"
 #include "services/scriptengine.h"
+#include "services/stats.h"
 #include "sound/soundanalyzer.h"
 
 #include <QXmlStreamReader>
@@ -412,8 +412,10 @@ void CLumora::FrameFinished()
     if (m_active)
         m_active->FrameFinished();
     CStats::Instance().FrameFinished();
-    if (m_profilerOn)
+    if (m_scriptEngine->IsCollected())
         m_profiler.FrameFinished(NowMs() / 1000.0, *m_scriptEngine);
+    else
+        m_profiler = CProfiler();
 }
 
 bool CLumora::RestoreDevice(CRender* render)

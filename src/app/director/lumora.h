@@ -103,8 +103,6 @@ public:
     std::function<void()> m_requestClose;
     // The host's frame loop, for the editor's frame rate settings; may be null.
     class CFrameLoop* m_frameLoop = nullptr;
-    // Reports the frame rate to an editor once a second.
-    bool m_profilerOn = false;
     // Most of an update that waiting editor commands may take, in ms.
     double m_commandBudgetMs = 4.0;
 
