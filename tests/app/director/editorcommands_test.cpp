@@ -55,6 +55,7 @@ protected:
         EXPECT_TRUE(scene->Load(m_file, true));
         EXPECT_TRUE(m_director.PlayOnly(std::move(scene)));
         m_director.m_frameLoop = &m_loop;
+        m_director.m_randomizeScene = false;
     }
     ~EditorCommandsTest() override { m_engine->Release(); }
 
@@ -87,10 +88,12 @@ class EditorCommandTable : public EditorCommandsTest, public ::testing::WithPara
 {
 };
 
-// "$FILE" stands for the scene that plays.
+// "$FILE" stands for the scene that plays, "$SHARED" for the shared test data.
 const SCommandRow kCommandRows[] = {
     {"ProjectCreate", "<ProjectCreate/><SceneActive/>", "<ProjectCreated/><SceneActivated File=\"\"/>"},
     {"ProjectLoadMissing", "<ProjectLoad Filename=\"/nonexistent.lmp\"/>", "<ProjectLoad Error=\"Load failed\"/>"},
+    {"ProjectLoad", "<ProjectLoad Filename=\"$PLAYLIST\"/><SceneActive/>",
+     "<ProjectLoaded Filename=\"$PLAYLIST\"/><SceneActivated File=\"$SHARED/scenes/red.lms\"/>"},
     {"ProjectSave", "<ProjectSave/>", ""},
     {"SceneLoadMissing", "<SceneLoad File=\"/nonexistent.lms\"/>",
      "<SceneLoad Error=\"Failed to load the scene\"/>"},
@@ -162,8 +165,12 @@ const SCommandRow kCommandRows[] = {
 TEST_P(EditorCommandTable, AnswersAsTheProtocolSays)
 {
     const SCommandRow& row = GetParam();
-    const std::string answer = Ask(Replace(std::string("<lms>") + row.request + "</lms>", "$FILE", m_file));
-    const std::string expected = Replace(row.answer, "$FILE", m_file);
+    const auto fill = [this](std::string text) {
+        text = Replace(text, "$PLAYLIST", "$SHARED/playlists/colours.lmp");
+        return Replace(Replace(text, "$SHARED", LUMORA_SHARED_TEST_DATA), "$FILE", m_file);
+    };
+    const std::string answer = Ask(fill(std::string("<lms>") + row.request + "</lms>"));
+    const std::string expected = fill(row.answer);
     // Rows that give only the end of their answer compare only that.
     if (expected.starts_with("<") || expected.empty())
         EXPECT_EQ(answer, "<lms>" + expected + "</lms>");
