@@ -92,8 +92,9 @@ class EditorCommandTable : public EditorCommandsTest, public ::testing::WithPara
 const SCommandRow kCommandRows[] = {
     {"ProjectCreate", "<ProjectCreate/><SceneActive/>", "<ProjectCreated/><SceneActivated File=\"\"/>"},
     {"ProjectLoadMissing", "<ProjectLoad Filename=\"/nonexistent.lmp\"/>", "<ProjectLoad Error=\"Load failed\"/>"},
-    {"ProjectLoad", "<ProjectLoad Filename=\"$PLAYLIST\"/><SceneActive/>",
-     "<ProjectLoaded Filename=\"$PLAYLIST\"/><SceneActivated File=\"$SHARED/scenes/red.lms\"/>"},
+    // The playlist's scenes join the one there was, which stays first.
+    {"ProjectLoad", "<ProjectLoad Filename=\"$PLAYLIST\"/><SceneActivate File=\"$SHARED/scenes/red.lms\"/>",
+     "<ProjectLoaded Filename=\"$PLAYLIST\"/><SceneActivated File=\"$SHARED/scenes/red.lms\" Name=\"\"/>"},
     {"ProjectSave", "<ProjectSave/>", ""},
     {"SceneLoadMissing", "<SceneLoad File=\"/nonexistent.lms\"/>",
      "<SceneLoad Error=\"Failed to load the scene\"/>"},
