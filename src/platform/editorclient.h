@@ -2,6 +2,7 @@
 
 #include <string>
 #include <string_view>
+#include <utility>
 
 // The editor side of the connection: sends a request and reads its answer.
 class CEditorClient
@@ -11,6 +12,7 @@ public:
     ~CEditorClient();
     CEditorClient(const CEditorClient&) = delete;
     CEditorClient& operator=(const CEditorClient&) = delete;
+    CEditorClient(CEditorClient&& other) noexcept : m_fd(std::exchange(other.m_fd, -1)) {}
 
     // False with `error` set when nobody listens at `path`.
     bool Connect(const std::string& path, std::string& error);
