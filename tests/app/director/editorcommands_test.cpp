@@ -180,7 +180,7 @@ TEST_P(EditorCommandTable, AnswersAsTheProtocolSays)
 }
 
 INSTANTIATE_TEST_SUITE_P(Commands, EditorCommandTable, ::testing::ValuesIn(kCommandRows),
-                         [](const auto& info) { return std::string(info.param.name); });
+                         [](const auto& row) { return std::string(row.param.name); });
 
 TEST_F(EditorCommandsTest, CommandsChangeTheScene)
 {
