@@ -56,6 +56,7 @@ protected:
         EXPECT_TRUE(m_director.PlayOnly(std::move(scene)));
         m_director.m_frameLoop = &m_loop;
         m_director.m_randomizeScene = false;
+        m_director.m_autoGotoNextScene = false;
     }
     ~EditorCommandsTest() override { m_engine->Release(); }
 
