@@ -488,6 +488,11 @@ bool CLumora::DeleteScene(const std::string& name)
     return RemoveScene(scene);
 }
 
+void CLumora::AddCommands(std::string_view text)
+{
+    m_scriptEngine->AddCommands(text);
+}
+
 void CLumora::AddScene(std::unique_ptr<CSceneBase> scene)
 {
     m_pool.AddStandalone(std::move(scene));

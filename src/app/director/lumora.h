@@ -11,6 +11,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 class CCfg;
@@ -71,6 +72,8 @@ public:
     // The same for the layered scene of a background, a foreground and a
     // postprocessing scene, any of which may be missing.
     bool PlayOnly(std::array<std::unique_ptr<CScene>, 3> layers);
+    // Queues an editor's request; it runs in the next Update.
+    void AddCommands(std::string_view text);
     bool LoadScene(const std::string& path);
     // Appends a scene made elsewhere to the playable ones.
     void AddScene(std::unique_ptr<CSceneBase> scene);

@@ -63,7 +63,7 @@ protected:
     // Runs a request as an editor's would run: queued, then one update.
     std::string Ask(const std::string& request)
     {
-        m_engine->AddCommands(request);
+        m_director.AddCommands(request);
         m_director.Update(1.0f / 30.0f);
         return Compact(m_engine->GetResults());
     }
