@@ -26,12 +26,12 @@ public:
         m_taken = true;
         return m_storage;
     }
-    void Give(void* memory, std::size_t bytes)
+    void Give(void* memory, std::size_t)
     {
         if (memory == m_storage)
             m_taken = false;
         else
-            ::operator delete(memory, bytes);
+            ::operator delete(memory);
     }
 
     // `object` under a shared_ptr whose deleter is `deleter` and whose
