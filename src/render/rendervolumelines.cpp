@@ -80,17 +80,15 @@ void CRenderVolumeLines::BuildQuads(const CCamera& camera)
         for (int i = 0; i < n; ++i) {
             const SVec3 at = Position(p[i]);
             const SVec3 toEye = FastNormalize(eye - at);
-            SVec3 side;
-            if (i == 0) {
-                side = Cross(forward, FastNormalize(Position(p[1]) - at));
-                binormal = FastNormalize(Cross(toEye, side));
-            } else {
-                const SVec3 t = FastNormalize(Position(p[i == n - 1 ? i : i + 1]) - Position(p[i - 1]));
-                // Running straight at the viewer the cross with the view axis
-                // vanishes: turn the ribbon by the direction to the eye.
-                side = std::fabs(Dot(forward, t)) <= 0.99f ? Cross(forward, t) : FastNormalize(Cross(toEye, forward));
-                binormal = FastNormalize(Cross(side, binormal));
-            }
+            const SVec3 before = Position(p[i == 0 ? 0 : i - 1]);
+            const SVec3 after = Position(p[i == n - 1 ? i : i + 1]);
+            const SVec3 t = FastNormalize(after - before);
+            // Running straight at the viewer the cross with the view axis
+            // vanishes: turn the ribbon by the direction to the eye. The
+            // first point takes the rule too, so no end of a ribbon collapses.
+            const SVec3 side =
+                std::fabs(Dot(forward, t)) <= 0.99f ? Cross(forward, t) : FastNormalize(Cross(toEye, forward));
+            binormal = FastNormalize(i == 0 ? Cross(toEye, side) : Cross(side, binormal));
             // A point ends the quad before it and begins the next.
             if (i > 0)
                 WritePair(&quads[i - 1].v[2], &quads[i - 1].v[3], p[i], line.uExtent, side, toEye, binormal);
