@@ -11,17 +11,7 @@
 
 namespace {
 
-constexpr const std::array<uint8_t, 256>& kPermutation = kPerlinPermutation;
-
-constexpr std::array<uint8_t, 512> Doubled()
-{
-    std::array<uint8_t, 512> p{};
-    for (size_t i = 0; i < 512; ++i)
-        p[i] = kPermutation[i % 256];
-    return p;
-}
-
-constexpr std::array<uint8_t, 512> kDoubled = Doubled();
+constexpr const std::array<uint8_t, 512>& kDoubled = kPerlinPermutationTwice;
 
 // Improved noise on a lattice of period 8; `offset` moves to another part of
 // the permutation so that two channels differ. Coordinates are never

@@ -137,10 +137,10 @@ void CRenderPoints::DrawBillboards(CRender* render)
     std::memcpy(view.data(), render->GetTransform(TS_View), sizeof(view));
     const CMatrix m = MatrixInverse(MatrixMultiply(world, view));
     const SVec3 right{m[0], m[1], m[2]}, up{m[4], m[5], m[6]}, forward{m[8], m[9], m[10]};
-    SVec3 normals[4];
+    SVec3 corners[4], normals[4];
     for (int c = 0; c < 4; ++c) {
-        const SVec3 d = right * kCorners[c].r + up * kCorners[c].u;
-        normals[c] = Normalize(-forward + (d + forward) * m_roundness);
+        corners[c] = right * kCorners[c].r + up * kCorners[c].u;
+        normals[c] = Normalize(-forward + (corners[c] + forward) * m_roundness);
     }
     const SVec3 binormal = -up;
     const std::span<const SSized> records = Records<SSized>();
@@ -150,7 +150,7 @@ void CRenderPoints::DrawBillboards(CRender* render)
             auto* out = static_cast<SVertexPNTBTC*>(memory);
             for (const SSized& r : records.subspan(size_t(first), size_t(n))) {
                 for (int c = 0; c < 4; ++c) {
-                    const SVec3 d = right * kCorners[c].r + up * kCorners[c].u;
+                    const SVec3& d = corners[c];
                     const SVec3 p{r.x + r.sx * d.x, r.y + r.sy * d.y, r.z + r.sz * d.z};
                     *out++ = Vertex(p, r.color, kCorners[c].tu, kCorners[c].tv, normals[c], right, binormal);
                 }
