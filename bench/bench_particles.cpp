@@ -3,13 +3,12 @@
 // population through the billboard batcher, and the line batcher's three
 // rotating buffers against one plain buffer holding all the vertices.
 
+#include "benchgl.h"
 #include "app/random.h"
 #include "nodes/nodetypes.h"
 #include "nodes/object/particlesnode.h"
 #include "ports/port.h"
 #include "render/renderlines.h"
-#include "renderogl/glcontext.h"
-#include "renderogl/renderogl.h"
 #include "scene/nodefactory.h"
 #include "scene/renderlist.h"
 #include "scene/scenecontext.h"
@@ -23,22 +22,9 @@
 
 namespace {
 
-struct SGLTarget
+struct SGLTarget : SBenchGL
 {
-    SGLTarget()
-    {
-        setenv("SDL_VIDEODRIVER", "offscreen", 0);
-        ok = context.CreateHeadless(64, 64);
-        render = std::make_unique<CRenderOGL>();
-        ok = ok && render->InitDevice();
-        render->m_virtualRect = render->m_currentRect = SRect{0, 0, 64, 64};
-        render->SetCamera(*render->GetCamera());
-    }
     ~SGLTarget() { render->ReleaseDevice(); }
-
-    CGLContext context;
-    std::unique_ptr<CRenderOGL> render;
-    bool ok = false;
 };
 
 // `count` particles, born in one step of a second, that live through the

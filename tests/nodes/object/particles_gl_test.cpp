@@ -2,7 +2,7 @@
 // any direction it is seen from.
 
 #include "nodes/nodetypes.h"
-#include "ports/port.h"
+#include "nodes/value/valuegraph.h"
 #include "render/fxmanager.h"
 #include "render/matrix.h"
 #include "renderogl/glfixture.h"
@@ -49,13 +49,11 @@ protected:
         m_factory->Release();
         CGLRenderTest::TearDown();
     }
+    // "Node.Port" to the text.
     void Set(const std::string& path, const std::string& value)
     {
-        std::string component;
-        CPort* port = m_scene->FindInPort(path, &component);
-        ASSERT_NE(port, nullptr) << path;
-        port->SetValue(value);
-        port->m_changed = true;
+        const size_t dot = path.find('.');
+        CValueGraph::Set(m_scene->FindNode(path.substr(0, dot)), path.substr(dot + 1).c_str(), value);
     }
 
     CNodeFactory* m_factory = nullptr;
