@@ -41,8 +41,8 @@ void FillStrawStrips(TIndex* out, int straws, int segments)
 
 bool CRenderGrass::RestoreDevice(CRender* render)
 {
-    SDeviceObjects* dObjs = &Objects(render);
-    *dObjs = SDeviceObjects{};
+    SDeviceObjects& objects = Objects(render);
+    objects = SDeviceObjects{};
     m_bufferSegments = m_segments;
     const int straws = StrawsPerBuffer(m_segments);
     if (straws == 0)
@@ -50,17 +50,23 @@ bool CRenderGrass::RestoreDevice(CRender* render)
     const int S = m_segments;
     const int triVBufSize = straws * (2 * S + 2);
     const int triIndexSize = straws * (2 * S + 4);
-    for (size_t i = 0; i < dObjs->m_VertexBuffer.size(); ++i)
-        CHECK_FAILURE(!(dObjs->m_VertexBuffer[i] = render->CreateVertexBuffer(triVBufSize, VBF_DYNAMIC, VBF_PNTBTC)));
-    CHECK_FAILURE(!(dObjs->m_IndexBuffer = render->CreateIndexBuffer(triIndexSize, 0)));
-    void* indices = dObjs->m_IndexBuffer->Lock();
+    if (!CreateVertexBuffers(render, triVBufSize, VBF_PNTBTC,
+                             "!(dObjs->m_VertexBuffer[i] = render->CreateVertexBuffer(triVBufSize, VBF_DYNAMIC, "
+                             "VBF_PNTBTC))",
+                             __FILE__, __LINE__))
+        return false;
+    if (!(objects.m_IndexBuffer = render->CreateIndexBuffer(triIndexSize, 0))) {
+        LogCheckFailure("!(dObjs->m_IndexBuffer = render->CreateIndexBuffer(triIndexSize, 0))", __FILE__, __LINE__);
+        return false;
+    }
+    void* indices = objects.m_IndexBuffer->Lock();
     if (!indices)
         return false;
     if (IndexWidth(triIndexSize) == 2)
         FillStrawStrips(static_cast<uint16_t*>(indices), straws, S);
     else
         FillStrawStrips(static_cast<uint32_t*>(indices), straws, S);
-    dObjs->m_IndexBuffer->Unlock();
+    objects.m_IndexBuffer->Unlock();
     return true;
 }
 
