@@ -21,37 +21,27 @@
 
 namespace {
 
-class CMemoryBuffer
+// A buffer in memory; TBase is CVertexBuffer or CIndexBuffer.
+template <class TBase>
+class CMemory : public TBase
 {
 public:
-    explicit CMemoryBuffer(size_t bytes) : m_bytes(bytes) {}
-    std::vector<unsigned char> m_bytes;
-};
-
-class CMemoryVertices : public CVertexBuffer, public CMemoryBuffer
-{
-public:
-    CMemoryVertices(int count, int format)
-        : CVertexBuffer(nullptr, count, VBF_DYNAMIC, format), CMemoryBuffer(size_t(count * GetVertexFormat(format).stride))
+    template <class... TArgs>
+    CMemory(size_t bytes, TArgs... args) : TBase(nullptr, args...), m_bytes(bytes)
     {
     }
-    void* Lock() override { return m_bytes.data(); }
-    void Unlock() override {}
-};
-
-class CMemoryIndices : public CIndexBuffer, public CMemoryBuffer
-{
-public:
-    explicit CMemoryIndices(int count) : CIndexBuffer(nullptr, count, 0), CMemoryBuffer(size_t(count * IndexWidth(count))) {}
     void* Lock() override { return m_bytes.data(); }
     void Unlock() override {}
     int At(int i) const
     {
-        if (IndexWidth(m_count) == 2)
+        if (IndexWidth(this->m_count) == 2)
             return reinterpret_cast<const uint16_t*>(m_bytes.data())[i];
         return int(reinterpret_cast<const uint32_t*>(m_bytes.data())[i]);
     }
+    std::vector<unsigned char> m_bytes;
 };
+using CMemoryVertices = CMemory<CVertexBuffer>;
+using CMemoryIndices = CMemory<CIndexBuffer>;
 
 struct SDraw
 {
@@ -69,11 +59,12 @@ public:
     {
         if (m_fail)
             return nullptr;
-        return std::make_unique<CMemoryVertices>(count, format);
+        return std::make_unique<CMemoryVertices>(size_t(count * GetVertexFormat(format).stride), count, VBF_DYNAMIC,
+                                                 format);
     }
     std::unique_ptr<CIndexBuffer> CreateIndexBuffer(int count, int) override
     {
-        return std::make_unique<CMemoryIndices>(count);
+        return std::make_unique<CMemoryIndices>(size_t(count * IndexWidth(count)), count, 0);
     }
     bool DrawPrimitive(int kind, int, int primitives) override { return Record(kind, 0, primitives, false); }
     bool DrawIndexedPrimitive(int kind, int vertices, int primitives, int) override
@@ -318,15 +309,6 @@ TEST(Batchers, VolumeLinesFaceTheViewerWithTheirWidths)
             }
         }
     }
-    // The first segment of a line across the view lies in the view plane,
-    // its width along y.
-    lines.Reset();
-    CRenderVolumeLines::SVertex* v = lines.AddPolyline(2);
-    v[0] = {0, 0, 5, 0, 1, 0};
-    v[1] = {1, 0, 5, 0, 1, 1};
-    lines.BuildQuads(camera);
-    EXPECT_NEAR(std::fabs(lines.GetQuads()[0].v[0].position[1]), 0.5f, 1e-3f);
-    EXPECT_NEAR(lines.GetQuads()[0].v[0].position[2], 5.0f, 1e-3f);
 }
 
 TEST(Batchers, RibbonsAreSplitIntoTheirSectionsAtTheirWidth)
@@ -351,16 +333,6 @@ TEST(Batchers, RibbonsAreSplitIntoTheirSectionsAtTheirWidth)
         EXPECT_FLOAT_EQ(last.v[3].uv[1], 3.0f);
         ExpectNear(first.v[0].normal, {0, 0, -1}, "normal");
     }
-    // Drawn, the count from the render list decides how many quads go.
-    CRecordingRender render;
-    CRenderQuads quads;
-    ASSERT_TRUE(quads.RestoreDevice(&render));
-    quads.Resize(501);
-    CRenderList list;
-    quads.AddToRenderList(&list, &list.GetRootList(), nullptr, nullptr, 0);
-    quads.Draw(&render);
-    ASSERT_EQ(render.m_draws.size(), 2u);
-    EXPECT_EQ(render.m_draws[1].primitives, 4);
 }
 
 TEST(Batchers, GrassExpandsEachStrawIntoACurvedStrip)
