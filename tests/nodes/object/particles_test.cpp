@@ -241,3 +241,20 @@ TEST_F(Particles, LiveParticlesReachThePointsAndTheirTrails)
     EXPECT_EQ(m_node->GetTrails().GetPolylineCount(), live - 1);
     EXPECT_EQ(m_node->GetTrails().GetQuadCount(), 3 * (live - 3) + 2 + 1);
 }
+
+TEST_F(Particles, LocalPortsSeeEachParticlesLifeAsTheirTime)
+{
+    CNode* age = m_graph.Add("Expression");
+    CValueGraph::Set(age, "Expression", "out1 = time");
+    ASSERT_TRUE(m_node->Connect("SizeLocal", age, "Out1"));
+    Set("ParticlesPerSec", "8");
+    Set("TimeToLive", "1");
+    Set("Size", "0");
+    Frames(6, 0.125f);
+    ASSERT_EQ(m_node->GetLiveCount(), 6);
+    for (const CParticlesNode::SParticle& p : m_node->GetPool()) {
+        if (p.alive) {
+            EXPECT_NEAR(p.size, p.age / p.lifetime, 1e-5f);
+        }
+    }
+}
