@@ -1,6 +1,7 @@
 // Cost of effects: loading and compiling a typical effect the first time and
 // again from the caches, and the per-draw work of UpdateParameters.
 
+#include "benchgl.h"
 #include "render/fx.h"
 #include "renderogl/fxmanagerogl.h"
 #include "renderogl/glcontext.h"
@@ -56,22 +57,9 @@ technique Main
 )";
 
 // One small offscreen context for all effect benchmarks.
-struct SGL
+struct SGL : SBenchGL
 {
-    SGL()
-    {
-        setenv("SDL_VIDEODRIVER", "offscreen", 0);
-        ok = context.CreateHeadless(64, 64);
-        render = std::make_unique<CRenderOGL>();
-        ok = ok && render->InitDevice();
-        render->m_virtualRect = render->m_currentRect = SRect{0, 0, 64, 64};
-        render->SetCamera(*render->GetCamera());
-    }
     CFxManager* Manager() { return render->GetRenderData()->GetFxManager(); }
-
-    CGLContext context;
-    std::unique_ptr<CRenderOGL> render;
-    bool ok = false;
 };
 
 SGL& GL()

@@ -83,6 +83,12 @@ const bool s_registered = [] {
                                          [path, w = w, h = h](benchmark::State& state) { SceneFrame(state, path, w, h); })
                 ->Unit(benchmark::kMillisecond);
     }
+    // The particle scene of the tests, whose cost is the simulation's more
+    // than the shader's.
+    const std::string particles = (data / "../tests/nodes/data/scenes/particles.lms").lexically_normal().string();
+    benchmark::RegisterBenchmark("BM_Scene_Frame/particles/640x360",
+                                 [particles](benchmark::State& state) { SceneFrame(state, particles, 640, 360); })
+        ->Unit(benchmark::kMillisecond);
     return true;
 }();
 

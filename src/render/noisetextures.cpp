@@ -1,5 +1,6 @@
 #include "render/noisetextures.h"
 
+#include "app/improvednoise.h"
 #include "app/log.h"
 #include "app/perlinpermutation.h"
 #include "render/rendertypes.h"
@@ -10,36 +11,7 @@
 
 namespace {
 
-constexpr const std::array<uint8_t, 256>& kPermutation = kPerlinPermutation;
-
-constexpr std::array<uint8_t, 512> Doubled()
-{
-    std::array<uint8_t, 512> p{};
-    for (size_t i = 0; i < 512; ++i)
-        p[i] = kPermutation[i % 256];
-    return p;
-}
-
-constexpr std::array<uint8_t, 512> kDoubled = Doubled();
-
-float Fade(float t)
-{
-    return t * t * t * (t * (t * 6.0f - 15.0f) + 10.0f);
-}
-
-float Lerp(float t, float a, float b)
-{
-    return a + t * (b - a);
-}
-
-// The gradient of the low four bits of the hash, dotted with (x, y, z).
-float Grad(int hash, float x, float y, float z)
-{
-    const int h = hash & 15;
-    const float u = h < 8 ? x : y;
-    const float v = h < 4 ? y : (h == 12 || h == 14 ? x : z);
-    return ((h & 1) == 0 ? u : -u) + ((h & 2) == 0 ? v : -v);
-}
+constexpr const std::array<uint8_t, 512>& kDoubled = kPerlinPermutationTwice;
 
 // Improved noise on a lattice of period 8; `offset` moves to another part of
 // the permutation so that two channels differ. Coordinates are never
@@ -56,13 +28,13 @@ float PeriodicNoise(float x, float y, float z, int offset)
     x -= fx;
     y -= fy;
     z -= fz;
-    const float u = Fade(x), v = Fade(y), w = Fade(z);
+    const float u = NoiseFade(x), v = NoiseFade(y), w = NoiseFade(z);
     auto hash = [&](int X, int Y, int Z) { return P[size_t(P[size_t(P[size_t(X)] + Y)] + Z)]; };
-    return Lerp(w,
-                Lerp(v, Lerp(u, Grad(hash(X0, Y0, Z0), x, y, z), Grad(hash(X1, Y0, Z0), x - 1, y, z)),
-                     Lerp(u, Grad(hash(X0, Y1, Z0), x, y - 1, z), Grad(hash(X1, Y1, Z0), x - 1, y - 1, z))),
-                Lerp(v, Lerp(u, Grad(hash(X0, Y0, Z1), x, y, z - 1), Grad(hash(X1, Y0, Z1), x - 1, y, z - 1)),
-                     Lerp(u, Grad(hash(X0, Y1, Z1), x, y - 1, z - 1), Grad(hash(X1, Y1, Z1), x - 1, y - 1, z - 1))));
+    return NoiseLerp(w,
+                NoiseLerp(v, NoiseLerp(u, NoiseGrad(hash(X0, Y0, Z0), x, y, z), NoiseGrad(hash(X1, Y0, Z0), x - 1, y, z)),
+                     NoiseLerp(u, NoiseGrad(hash(X0, Y1, Z0), x, y - 1, z), NoiseGrad(hash(X1, Y1, Z0), x - 1, y - 1, z))),
+                NoiseLerp(v, NoiseLerp(u, NoiseGrad(hash(X0, Y0, Z1), x, y, z - 1), NoiseGrad(hash(X1, Y0, Z1), x - 1, y, z - 1)),
+                     NoiseLerp(u, NoiseGrad(hash(X0, Y1, Z1), x, y - 1, z - 1), NoiseGrad(hash(X1, Y1, Z1), x - 1, y - 1, z - 1))));
 }
 
 // -1..1 to a byte, saturating.
