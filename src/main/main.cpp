@@ -27,6 +27,7 @@
 
 #include <QCommandLineParser>
 
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -55,10 +56,14 @@ constexpr const char* kUsage =
     "                      what the computer plays\n"
     "  --help              show this text and exit\n"
     "\n"
-    "Headless recording (no window; every frame becomes a PNG picture):\n"
+    "Headless recording (no window; every frame becomes a PNG picture or a movie\n"
+    "frame):\n"
     "  --headless          record the scene or playlist of -f (or the default\n"
     "                      playlist) on simulated time\n"
-    "  --out <dir>         where frame-00001.png and onwards go (required)\n"
+    "  --out <dir>         where frame-00001.png and onwards go\n"
+    "  --movie <file>      a movie instead (.mp4, .mkv or .avi; H.264), with the\n"
+    "                      song of --song as its sound track\n"
+    "  --encoder <name>    the FFmpeg video encoder of the movie (default libx264)\n"
     "  --size <WxH>        picture size (default 1280x720)\n"
     "  --fps <f>           frames per second of scene time (default 30)\n"
     "  --seconds <s>       seconds of scene time (default 10)\n"
@@ -126,10 +131,11 @@ SOptions ParseCommandLine(int argc, char** argv)
     const QCommandLineOption help(QStringList{"h", "help"}), window("window"), fullScreen("fullscreen"),
         listNodeTypes("list-node-types"), listAudioSources("list-audio-sources"), headless("headless"),
         editor("editor"), scene("f", {}, "file"), song("song", {}, "file"), frames("frames", {}, "n"), out("out", {}, "dir"),
+        movie("movie", {}, "file"), encoder("encoder", {}, "name"),
         size("size", {}, "WxH"), fps("fps", {}, "f"), seconds("seconds", {}, "s"), seed("seed", {}, "n");
     QCommandLineParser parser;
     parser.addOptions({help, window, fullScreen, listNodeTypes, listAudioSources, headless, editor, scene, song, frames, out,
-                       size, fps, seconds, seed});
+                       movie, encoder, size, fps, seconds, seed});
     QStringList arguments;
     for (int i = 0; i < argc; ++i)
         arguments << QString::fromLatin1(argv[i]);
@@ -159,6 +165,8 @@ SOptions ParseCommandLine(int argc, char** argv)
     options.startScene = Bytes(parser.value(scene));
     options.songPath = Bytes(parser.value(song));
     options.recording.m_outDirectory = Bytes(parser.value(out));
+    options.recording.m_moviePath = Bytes(parser.value(movie));
+    options.recording.m_encoder = Bytes(parser.value(encoder));
     options.recording.m_seeded = parser.isSet(seed);
     SHeadlessOptions& recording = options.recording;
     const auto frameSize = [&recording](const std::string& text) {
@@ -171,8 +179,13 @@ SOptions ParseCommandLine(int argc, char** argv)
         !ReadValues(parser, seconds, Bounded(0.001f, 86400.0f, recording.m_seconds), error) ||
         !ReadValues(parser, seed, Bounded(0u, 0xFFFFFFFFu, recording.m_seed), error))
         return Bad(error);
-    if (options.action == EAction::Run && options.headless && recording.m_outDirectory.empty())
-        return Bad(QStringLiteral("--headless needs a directory for the pictures (--out)"));
+    if (options.action == EAction::Run && options.headless && recording.m_outDirectory.empty() &&
+        recording.m_moviePath.empty())
+        return Bad(QStringLiteral("--headless needs a directory for the pictures (--out) or a movie file (--movie)"));
+    if (!recording.m_outDirectory.empty() && !recording.m_moviePath.empty())
+        return Bad(QStringLiteral("--out and --movie exclude each other"));
+    if (!recording.m_moviePath.empty() && recording.m_fps != std::round(recording.m_fps))
+        return Bad(QStringLiteral("a movie needs a whole number of frames per second (--fps)"));
     recording.m_scenePath = options.startScene;
     recording.m_songPath = options.songPath;
     return options;

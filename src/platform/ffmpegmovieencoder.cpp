@@ -11,6 +11,7 @@ extern "C" {
 #include <libswscale/swscale.h>
 }
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <filesystem>
@@ -31,7 +32,10 @@ std::string AvError(int code)
 std::string PartialPath(const std::string& path)
 {
     const std::filesystem::path file(path);
-    return (file.parent_path() / ("." + file.stem().string() + ".partial" + file.extension().string())).string();
+    // Appended, not added: GCC 12 warns falsely about "." + a string.
+    std::string name(".");
+    name.append(file.stem().string()).append(".partial").append(file.extension().string());
+    return (file.parent_path() / name).string();
 }
 
 } // namespace
@@ -46,6 +50,8 @@ CFfmpegMovieEncoder::~CFfmpegMovieEncoder()
 bool CFfmpegMovieEncoder::Open(const SOptions& options, std::string& error)
 {
     Abandon();
+    // The encoders' own statistics are no news on a terminal.
+    av_log_set_level(AV_LOG_ERROR);
     m_path = options.m_path;
     m_partialPath = PartialPath(m_path);
     const AVOutputFormat* container = av_guess_format(nullptr, m_path.c_str(), nullptr);
@@ -222,7 +228,7 @@ bool CFfmpegMovieEncoder::FeedAudio(double seconds, bool last, std::string& erro
         if (due >= frameSize && available >= frameSize)
             take = frameSize;
         else if (last && due > 0 && available > 0)
-            take = int(std::min<int64_t>({due, int64_t(available), int64_t(frameSize)}));
+            take = int(std::min(std::min(due, int64_t(available)), int64_t(frameSize)));
         if (take == 0)
             break;
         if (av_frame_make_writable(m_sound) < 0) {

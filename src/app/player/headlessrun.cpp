@@ -11,9 +11,11 @@
 #include "app/regularfile.h"
 #include "app/stoprequest.h"
 #include "app/textnumber.h"
+#include "services/movierecorder.h"
 #include "services/picturesequencewriter.h"
 
 #include <chrono>
+#include <csignal>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -109,6 +111,9 @@ int RunHeadless(const SHeadlessOptions& options, const RenderFactory& makeRender
     // Headless means no display: SDL draws through EGL into memory unless the
     // caller chose a driver.
     setenv("SDL_VIDEODRIVER", "offscreen", 0);
+    // A file grown past the file size limit fails its write and is reported,
+    // instead of ending the process.
+    signal(SIGXFSZ, SIG_IGN);
 
     // A layered entry's files are checked when it is played.
     if (!CPlaylist::IsLayered(options.m_scenePath)) {
@@ -130,7 +135,8 @@ int RunHeadless(const SHeadlessOptions& options, const RenderFactory& makeRender
     host.m_config->StartScene = options.m_scenePath;
     host.m_config->SongFile = options.m_songPath;
     host.m_config->CaptureSound = !options.m_songPath.empty();
-    host.m_config->MovieFile = options.m_outDirectory;
+    const bool movie = !options.m_moviePath.empty();
+    host.m_config->MovieFile = movie ? options.m_moviePath : options.m_outDirectory;
     host.m_render->m_recordWidth = options.m_width;
     host.m_render->m_recordHeight = options.m_height;
     if (!host.CreateWindows())
@@ -152,23 +158,32 @@ int RunHeadless(const SHeadlessOptions& options, const RenderFactory& makeRender
     if (!playing)
         return Fail(1, error);
 
-    CPictureSequenceWriter writer(host.m_render.get());
+    CPictureSequenceWriter pictures(host.m_render.get());
+    CMovieRecorder movieWriter(host.m_render.get(),
+                               {int(std::lround(options.m_fps)), options.m_encoder, options.m_songPath});
     CProgressLine progress(frames, options.m_showProgress);
-    writer.m_onFrame = [&progress](int done) { progress.Show(done); };
-    host.m_recorder = &writer;
+    pictures.m_onFrame = movieWriter.m_onFrame = [&progress](int done) { progress.Show(done); };
+    host.m_recorder = movie ? static_cast<CFrameRecorder*>(&movieWriter) : &pictures;
     host.RunApp();
-    progress.Finish(writer.FramesWritten());
+    const int written = movie ? movieWriter.FramesWritten() : pictures.FramesWritten();
+    progress.Finish(written);
 
     const double seconds = SecondsSince(start);
-    if (writer.FramesWritten() < frames && StopRequested())
-        return Stopped(host, writer.FramesWritten(), frames);
-    if (writer.FramesWritten() < frames) {
-        return Fail(5, "only " + std::to_string(writer.FramesWritten()) + " of " + std::to_string(frames) +
-                           " pictures could be written to \"" + options.m_outDirectory + "\"");
+    const std::string& target = movie ? options.m_moviePath : options.m_outDirectory;
+    if (written < frames && StopRequested()) {
+        if (movie && movieWriter.IsFinished())
+            fprintf(stderr, "lumora: the movie \"%s\" holds the %d frames recorded\n", target.c_str(), written);
+        return Stopped(host, written, frames);
+    }
+    if (movie && !movieWriter.IsFinished())
+        return Fail(5, "the movie \"" + target + "\" could not be written: " + movieWriter.GetError());
+    if (written < frames) {
+        return Fail(5, "only " + std::to_string(written) + " of " + std::to_string(frames) +
+                           " pictures could be written to \"" + target + "\"");
     }
     printf("lumora: %d frames of %dx%d at %g fps (%g s of scene time) written to %s in %.1f s, %.1f frames/s\n",
            frames, options.m_width, options.m_height, double(options.m_fps), double(frames / options.m_fps),
-           options.m_outDirectory.c_str(), seconds, seconds > 0.0 ? frames / seconds : 0.0);
+           target.c_str(), seconds, seconds > 0.0 ? frames / seconds : 0.0);
     fflush(stdout);
     return 0;
 }

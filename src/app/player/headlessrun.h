@@ -12,6 +12,10 @@ struct SHeadlessOptions
 {
     std::string m_scenePath;
     std::string m_outDirectory;
+    // A movie file in place of the pictures, and the encoder it is made with
+    // (empty: H.264); the song, if any, becomes its sound track.
+    std::string m_moviePath;
+    std::string m_encoder;
     int m_width = 1280;
     int m_height = 720;
     float m_fps = 30.0f;
@@ -35,5 +39,5 @@ bool ParseFrameSize(std::string_view text, int& width, int& height);
 // the reason it failed to stderr. The result is the exit code of the
 // process: 0 done, 1 the scene or playlist is missing, broken or has nothing
 // that can play, 3 no OpenGL,
-// 4 no window, 5 the pictures could not be written.
+// 4 no window, 5 the pictures or the movie could not be written.
 int RunHeadless(const SHeadlessOptions& options, const RenderFactory& makeRender);

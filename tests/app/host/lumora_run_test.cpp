@@ -29,7 +29,7 @@ namespace {
 // a regression fails the test and not the machine. The signal goes to
 // lumora itself, the child of `timeout`.
 int RunLumora(const CTempDir& home, const std::string& arguments, const char* terminateAfter = nullptr,
-              const std::string& environment = "", const char* signal = "TERM")
+              const std::string& environment = "", const char* signal = "TERM", const std::string& limits = "")
 {
     std::string command = LUMORA_RUN_ENVIRONMENT " " + environment + " SDL_VIDEODRIVER=offscreen XDG_CONFIG_HOME='" +
                           home.Path() + "' MESA_SHADER_CACHE_DIR='" + home.Path() + "' timeout -s KILL 300 '" +
@@ -39,7 +39,7 @@ int RunLumora(const CTempDir& home, const std::string& arguments, const char* te
         command = "(" + command + " & while kill -0 $! 2>/dev/null && [ ! -e '" + home.File("lumora/log.txt") +
                   "' ]; do sleep 0.02; done; sleep " + terminateAfter + "; kill -" + signal +
                   " $(pgrep -P $!); wait $!)";
-    command = LUMORA_RUN_LIMITS " " + command;
+    command = LUMORA_RUN_LIMITS " " + limits + " " + command;
     const int status = std::system(command.c_str());
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
@@ -503,5 +503,93 @@ TEST(LumoraRun, SignalsEndARunTheNormalWayAtAnyMoment)
             EXPECT_NE(ReadFile(recording.File("stderr.txt")).find("stopped by a signal after "), std::string::npos);
             EXPECT_NE(Find(LogMessages(recording), "Lumora stopped with exit code 143"), -1);
         }
+    }
+}
+
+namespace {
+
+// What ffprobe says of a movie's streams, one "key=value" a line.
+std::string Probe(const CTempDir& home, const std::string& movie)
+{
+    const std::string out = home.File("probe.txt");
+    const std::string command = "ffprobe -v error -show_entries stream=codec_name,width,height,nb_frames,r_frame_rate,"
+                                "duration -of default=nw=1 '" + movie + "' >'" + out + "' 2>&1";
+    return std::system(command.c_str()) == 0 ? ReadFile(out) : std::string();
+}
+
+bool Contains(const std::string& text, const std::string& part)
+{
+    return text.find(part) != std::string::npos;
+}
+
+// No movie and no unfinished file beside where it was to go.
+bool LeftNothing(const std::string& movie)
+{
+    const std::filesystem::path path(movie);
+    if (std::filesystem::exists(path))
+        return false;
+    std::error_code error;
+    for (const auto& entry : std::filesystem::directory_iterator(path.parent_path(), error))
+        if (entry.path().filename().string().find(".partial") != std::string::npos)
+            return false;
+    return true;
+}
+
+} // namespace
+
+TEST(LumoraRun, HeadlessMoviesHoldEveryFrameAndTheSongAndNeverLookWholeWhenTheyAreNot)
+{
+    CTempDir home;
+    WriteRectScene(home.File("gradient.lms"), "float4(pi.tex.x, pi.tex.y, 0.5, 1)");
+    const std::string clicks = home.File("clicks.wav");
+    ASSERT_TRUE(MakeClicks(clicks, 120.0, 5.0));
+    const std::string scene = " -f '" + home.File("gradient.lms") + "' --size 160x90 --fps 30 --seed 1";
+    const std::string movie = home.File("show.mp4");
+    ASSERT_EQ(RunLumora(home, "--headless" + scene + " --seconds 3 --song '" + clicks + "' --movie '" + movie + "'"), 0)
+        << ReadFile(home.File("stderr.txt"));
+    const std::string probe = Probe(home, movie);
+    EXPECT_TRUE(Contains(probe, "codec_name=h264\nwidth=160\nheight=90\nr_frame_rate=30/1\nduration=3.000000\n"
+                                "nb_frames=90"))
+        << probe;
+    EXPECT_TRUE(Contains(probe, "codec_name=aac")) << probe;
+    const size_t audio = probe.find("codec_name=aac");
+    const size_t duration = probe.find("duration=", audio);
+    ASSERT_NE(duration, std::string::npos) << probe;
+    EXPECT_NEAR(std::stod(probe.substr(duration + 9)), 3.0, 1.0 / 30.0) << "the song, cut to the pictures";
+
+    // A frame read back from the movie is the picture of the same frame.
+    ASSERT_EQ(RunLumora(home, "--headless" + scene + " --seconds 2 --out '" + home.File("frames") + "'"), 0);
+    const std::string decoded = home.File("decoded.png");
+    ASSERT_EQ(std::system(("ffmpeg -v error -i '" + movie + "' -vf 'select=eq(n\\,45)' -frames:v 1 '" + decoded + "'")
+                              .c_str()),
+              0);
+    const SPictureDifference difference = ComparePictures(decoded, home.File("frames/frame-00046.png"), 12);
+    EXPECT_TRUE(difference.m_loaded && difference.m_sameSize);
+    EXPECT_LT(difference.m_differing, difference.m_pixels / 50) << "largest " << difference.m_largest;
+
+    // Cut short by a signal, the movie still plays what was recorded.
+    const std::string cut = home.File("cut.mkv");
+    EXPECT_EQ(RunLumora(home, "--headless" + scene + " --seconds 600 --movie '" + cut + "'", "1.5"), 128 + SIGTERM);
+    EXPECT_TRUE(Contains(Probe(home, cut), "codec_name=h264")) << ReadFile(home.File("stderr.txt"));
+
+    // What cannot be written says why, ends with 5 and leaves no file.
+    struct SFault
+    {
+        const char* what;
+        std::string arguments;
+        std::string movie;
+        std::string limits;
+    };
+    for (const SFault& fault :
+         {SFault{"unknown container", " --movie '" + home.File("m.xyz") + "'", home.File("m.xyz"), ""},
+          SFault{"unknown encoder", " --encoder nosuch --movie '" + home.File("m.mp4") + "'", home.File("m.mp4"), ""},
+          SFault{"no such folder", " --movie '" + home.File("none/m.mp4") + "'", home.File("none/m.mp4"), ""},
+          SFault{"full disk", " --movie '" + home.File("full.mp4") + "'", home.File("full.mp4"), "ulimit -f 2 &&"}}) {
+        SCOPED_TRACE(fault.what);
+        EXPECT_EQ(RunLumora(home, "--headless" + scene + " --seconds 2" + fault.arguments, nullptr, "", "TERM",
+                            fault.limits),
+                  5);
+        EXPECT_TRUE(Contains(ReadFile(home.File("stderr.txt")), "lumora: ")) << ReadFile(home.File("stderr.txt"));
+        EXPECT_TRUE(LeftNothing(fault.movie));
     }
 }
