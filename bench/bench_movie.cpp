@@ -38,8 +38,9 @@ void BM_Movie_Encode(benchmark::State& state)
         }
         ++frame;
     }
+    const double bytes = double(encoder.BytesWritten());
     encoder.Finish(error);
-    state.counters["bytes_per_frame"] = frame ? double(encoder.BytesWritten()) / frame : 0.0;
+    state.counters["bytes_per_frame"] = frame ? bytes / frame : 0.0;
 }
 BENCHMARK(BM_Movie_Encode)->Args({640, 360})->Args({1280, 720})->Unit(benchmark::kMillisecond);
 
