@@ -19,6 +19,7 @@ constexpr int64_t Playlist = int64_t(16) << 20;
 constexpr int64_t Config = int64_t(4) << 20;
 constexpr int64_t Effect = int64_t(4) << 20;
 constexpr int64_t Picture = int64_t(256) << 20;
+constexpr int64_t Font = int64_t(16) << 20;
 } // namespace FileLimit
 
 // Empty when `path` names a regular file; otherwise why not, worded to
