@@ -111,23 +111,22 @@ void CRender::FillQuad(void* vertices, bool upsideDown)
 
 bool CRender::DrawFullScreenQuad()
 {
-    // Named like the member so the logged check text reads as everywhere else.
-    SDeviceObjects* dObjs = &this->dObjs[m_deviceIndex];
-    if (!dObjs->m_VertexBuffer || !dObjs->m_VertexBufferUpsideDown) {
+    SDeviceObjects* objects = &dObjs[m_deviceIndex];
+    if (!objects->m_VertexBuffer || !objects->m_VertexBufferUpsideDown) {
         ReleaseQuad();
-        CHECK_FAILURE(!(dObjs->m_VertexBuffer = CreateVertexBuffer(6, 0, VBF_PNTBTC)));
-        CHECK_FAILURE(!(dObjs->m_VertexBufferUpsideDown = CreateVertexBuffer(6, 0, VBF_PNTBTC)));
-        void* data = dObjs->m_VertexBuffer->Lock();
+        CHECK_FAILURE(!(objects->m_VertexBuffer = CreateVertexBuffer(6, 0, VBF_PNTBTC)));
+        CHECK_FAILURE(!(objects->m_VertexBufferUpsideDown = CreateVertexBuffer(6, 0, VBF_PNTBTC)));
+        void* data = objects->m_VertexBuffer->Lock();
         CHECK(data);
         FillQuad(data, false);
-        dObjs->m_VertexBuffer->Unlock();
-        data = dObjs->m_VertexBufferUpsideDown->Lock();
+        objects->m_VertexBuffer->Unlock();
+        data = objects->m_VertexBufferUpsideDown->Lock();
         CHECK(data);
         FillQuad(data, true);
-        dObjs->m_VertexBufferUpsideDown->Unlock();
+        objects->m_VertexBufferUpsideDown->Unlock();
     }
     const bool flipped = m_data && m_data->m_boundFramebuffer != 0;
-    SetVertexBuffer(flipped ? dObjs->m_VertexBufferUpsideDown.get() : dObjs->m_VertexBuffer.get());
+    SetVertexBuffer(flipped ? objects->m_VertexBufferUpsideDown.get() : objects->m_VertexBuffer.get());
     return DrawPrimitive(PT_Triangles, 0, 2);
 }
 

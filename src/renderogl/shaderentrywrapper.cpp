@@ -300,7 +300,7 @@ bool CShaderEntryWrapper::Build(std::string_view code, EShaderStage stage, std::
 bool CShaderEntryWrapper::Flatten(const std::string& type, const std::string& semantic, const std::string& path,
                                   std::vector<SLeaf>& leaves, std::string& error, int depth) const
 {
-    auto s = std::find_if(m_structs.begin(), m_structs.end(), [&](const SStruct& s) { return s.name == type; });
+    auto s = std::find_if(m_structs.begin(), m_structs.end(), [&](const SStruct& known) { return known.name == type; });
     if (s == m_structs.end()) {
         if (Components(type) == 0) {
             error = "'" + path + "' of type " + type + " cannot be a varying; use a scalar or vector";

@@ -1,7 +1,7 @@
 #include "scene/nodedeclaration.h"
 
-SVectorValues::SVectorValues(const CPortVector::Xyz& value, float step, float limit)
-    : value(value), step{step, step, step}, min{-limit, -limit, -limit}, max{limit, limit, limit}
+SVectorValues::SVectorValues(const CPortVector::Xyz& initial, float stepEach, float limit)
+    : value(initial), step{stepEach, stepEach, stepEach}, min{-limit, -limit, -limit}, max{limit, limit, limit}
 {
 }
 

@@ -69,7 +69,7 @@ struct SColorValues
 struct SVectorValues
 {
     // The same step on every axis and a range of -limit to +limit.
-    SVectorValues(const CPortVector::Xyz& value, float step, float limit);
+    SVectorValues(const CPortVector::Xyz& initial, float stepEach, float limit);
 
     CPortVector::Xyz value;
     CPortVector::Xyz step;

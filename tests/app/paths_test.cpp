@@ -29,6 +29,7 @@ TEST(PathMacros, ExpandAndCompressWithCaseCounting)
         {"[apppath]a|[userpath]b", "/opt/Lumora/share/a|/home/ann/.config/lumora/b"},
     };
     for (const Case& c : roundTrips) {
+        SCOPED_TRACE(c.stored);
         EXPECT_EQ(paths.ExpandPath(c.stored), c.expanded);
         EXPECT_EQ(paths.CompressPath(c.expanded), c.stored);
     }

@@ -28,9 +28,10 @@ struct Case
 void ExpectCases(CExpressionContext& context, std::initializer_list<Case> cases, double tolerance = 1e-6)
 {
     for (const Case& c : cases) {
+        SCOPED_TRACE(c.text);
         context.Parse(c.text);
-        EXPECT_NEAR(context.Evaluate(), c.expected, tolerance) << c.text;
-        EXPECT_TRUE(context.IsValid()) << c.text;
+        EXPECT_NEAR(context.Evaluate(), c.expected, tolerance);
+        EXPECT_TRUE(context.IsValid());
     }
 }
 

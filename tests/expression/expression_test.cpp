@@ -141,11 +141,12 @@ TEST_F(ExpressionTest, AbortIsAskedOnceInEveryIntervalPlusOneNodeEvaluations)
         {"1 + 2*a + a*3 + 2*(a+1) - (a+1)*2", 21}, {"a / 4 + (a + 1) / 0.5", 9},
     };
     for (const auto& c : counts) {
+        SCOPED_TRACE(c.text);
         m_values.Reset();
         expression.Parse(c.text);
         expression.m_asked = 0;
         expression.Evaluate();
-        EXPECT_EQ(expression.m_asked, c.nodes) << c.text;
+        EXPECT_EQ(expression.m_asked, c.nodes);
     }
 
     // Interval n: asked at the first node, then after every n + 1 nodes.
@@ -223,11 +224,12 @@ TEST_F(ExpressionTest, AbortStopsBeforeLaterSideEffects)
     // Divide, 4, Assign b, 6.
     expression.Parse("a = 1; b = 2 + 3; c = b; d = 0 + 0 + (a = 2) * 3 - (b = 6) / 4");
     for (const auto& s : stops) {
+        SCOPED_TRACE(s.stopAt);
         m_values.Reset();
         expression.m_left = s.stopAt;
-        EXPECT_THROW(expression.Evaluate(), AbortException) << s.stopAt;
-        EXPECT_EQ(Var("a"), s.a) << s.stopAt;
-        EXPECT_EQ(Var("b"), s.b) << s.stopAt;
+        EXPECT_THROW(expression.Evaluate(), AbortException);
+        EXPECT_EQ(Var("a"), s.a);
+        EXPECT_EQ(Var("b"), s.b);
     }
 }
 
@@ -262,8 +264,10 @@ TEST_F(ExpressionTest, HostileTextsGiveATreeOrAnExceptionOfTheLanguage)
         "2" + Repeat("^1", deep),
         Repeat("(1+(", deep) + "1" + Repeat("))", deep),
     };
-    for (const auto& text : tooDeep)
-        EXPECT_EQ(ErrorOf(text), Exception::SyntaxType) << text.substr(0, 20);
+    for (const auto& text : tooDeep) {
+        SCOPED_TRACE(text.substr(0, 20));
+        EXPECT_EQ(ErrorOf(text), Exception::SyntaxType);
+    }
     EXPECT_EQ(Eval(Repeat("-", Parser::MaxDepth - 2) + "1"), 1.0);
 
     const std::pair<std::string, int> broken[] = {
@@ -274,8 +278,10 @@ TEST_F(ExpressionTest, HostileTextsGiveATreeOrAnExceptionOfTheLanguage)
         {std::string("1\0" "2", 3), Exception::UnknownTokenType},
         {"max(" + Repeat("1,", 100000) + ")", Exception::SyntaxType},
     };
-    for (const auto& [text, type] : broken)
-        EXPECT_EQ(ErrorOf(text), type) << text.substr(0, 20);
+    for (const auto& [text, type] : broken) {
+        SCOPED_TRACE(text.substr(0, 20));
+        EXPECT_EQ(ErrorOf(text), type);
+    }
 }
 
 TEST_F(ExpressionTest, RandomBytesAndTokenSoupNeverEscapeTheLanguage)

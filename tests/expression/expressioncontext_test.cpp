@@ -63,20 +63,21 @@ TEST(ExpressionContext, LogsEachFailureOnceAndStaysInvalidUntilTheTextChanges)
         {"if(0, 1/0, 4)", true, {}},
     };
     for (const Case& c : cases) {
+        SCOPED_TRACE(c.text);
         CLogCapture log;
         CExpressionContext context;
         context.Parse(c.text);
-        EXPECT_EQ(context.IsValid(), c.parses) << c.text;
+        EXPECT_EQ(context.IsValid(), c.parses);
         // The fallback is 0.0, and a failure is not tried again.
         const double first = context.Evaluate();
-        EXPECT_EQ(context.Evaluate(), first) << c.text;
-        EXPECT_EQ(first == 0.0, !c.log.empty() || !c.parses) << c.text;
-        EXPECT_EQ(context.IsValid(), c.parses && c.log.empty()) << c.text;
-        EXPECT_EQ(log.Messages(), c.log) << c.text;
+        EXPECT_EQ(context.Evaluate(), first);
+        EXPECT_EQ(first == 0.0, !c.log.empty() || !c.parses);
+        EXPECT_EQ(context.IsValid(), c.parses && c.log.empty());
+        EXPECT_EQ(log.Messages(), c.log);
 
         // A new text brings it back.
         context.Parse("6*7");
-        EXPECT_EQ(context.Evaluate(), 42) << c.text;
+        EXPECT_EQ(context.Evaluate(), 42);
     }
 }
 

@@ -70,14 +70,15 @@ TEST_F(FunctionsTest, ValuesAndErrors)
         {"not(2)", 0}, {"not(nan)", 0},
     };
     for (const auto& c : cases) {
+        SCOPED_TRACE(c.text);
         std::string value;
         int error = ErrorOf(c.text, &value);
-        EXPECT_EQ(error, c.error) << c.text;
+        EXPECT_EQ(error, c.error);
         if (c.error) {
-            EXPECT_EQ(value, c.errorValue) << c.text;
+            EXPECT_EQ(value, c.errorValue);
         } else {
             double result = m_expression.Evaluate();
-            EXPECT_TRUE(SameDouble(result, c.expected)) << c.text << " gave " << result;
+            EXPECT_TRUE(SameDouble(result, c.expected)) << "gave " << result;
         }
     }
 }

@@ -93,8 +93,10 @@ TEST_F(LanguageTest, PrecedenceAndAssociativity)
         {"2*3^2", 18}, {"-(1+2)*-(3)", 9}, {"2^(1+1)^3", 64}, {"-2^-2", -0.25},
         {"1 + 2 * 3 - 4 / 2 ^ 2", 6}, {"PI", 3.141592653589793}, {"E", 2.718281828459045},
     };
-    for (const auto& c : cases)
-        EXPECT_DOUBLE_EQ(Eval(c.text), c.expected) << c.text;
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.text);
+        EXPECT_DOUBLE_EQ(Eval(c.text), c.expected);
+    }
 }
 
 TEST_F(LanguageTest, EveryOperatorWithEveryKindOfOperand)
@@ -239,8 +241,10 @@ TEST_F(LanguageTest, ParseErrors)
         {"max(1)", Exception::InvalidArgumentCountType}, {"PI = 3", Exception::ConstantAssignType},
         {"rect2pol(1,1,&PI,&r)", Exception::ConstantReferenceType},
     };
-    for (const auto& c : cases)
-        EXPECT_EQ(ErrorOf(c.text), c.type) << c.text;
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.text);
+        EXPECT_EQ(ErrorOf(c.text), c.type);
+    }
 }
 
 TEST_F(LanguageTest, ExceptionsNameWhatAndWhere)
@@ -304,6 +308,7 @@ TEST_F(LanguageTest, ExceptionsNameWhatAndWhere)
         {UnmatchedParenthesisException(), 16, "Unmatched Parenthesis"},
     };
     for (const auto& m : messages) {
+        SCOPED_TRACE(m.text);
         EXPECT_EQ(m.exception.GetType(), m.type);
         EXPECT_STREQ(m.exception.what(), m.text);
     }

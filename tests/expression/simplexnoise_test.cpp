@@ -36,8 +36,10 @@ TEST(SimplexNoise, OneDimensionAtKnownPoints)
         float x;
         double expected;
     } cases[] = {{0, 0}, {1, 0}, {7, 0}, {-1, 0}, {-4, 0}, {255, 0}, {0.5f, half}, {-0.5f, minusHalf}};
-    for (const auto& c : cases)
-        EXPECT_NEAR(SimplexNoise1(c.x), c.expected, 1e-6) << c.x;
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.x);
+        EXPECT_NEAR(SimplexNoise1(c.x), c.expected, 1e-6);
+    }
 
     // The lattice repeats every 256 cells.
     for (float x : {0.25f, 0.5f, 3.75f, 100.125f, -20.5f})

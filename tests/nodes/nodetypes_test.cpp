@@ -128,7 +128,7 @@ TEST_F(NodeTypes, TheFactoryRegistersTheBuiltTypesOfTheListInCatalogueOrder)
 TEST_F(NodeTypes, EveryBuiltTypeKeepsItsPortValuesThroughASavedScene)
 {
     CTempDir dir;
-    const std::string path = dir.File("everytype.lmc");
+    const std::string file = dir.File("everytype.lmc");
     std::map<std::string, std::string> stored;
     std::vector<std::string> nodes;
     {
@@ -149,11 +149,11 @@ TEST_F(NodeTypes, EveryBuiltTypeKeepsItsPortValuesThroughASavedScene)
                 stored[path] = port->GetValue();
             }
         }
-        ASSERT_TRUE(scene.Save(path, false));
+        ASSERT_TRUE(scene.Save(file, false));
     }
 
     CScene loaded;
-    ASSERT_TRUE(loaded.Load(path, true));
+    ASSERT_TRUE(loaded.Load(file, true));
     for (const std::string& name : nodes)
         EXPECT_NE(loaded.FindNode(name), nullptr) << name;
     for (const auto& [portPath, value] : stored) {

@@ -81,8 +81,9 @@ TEST(PortText, ValuesTurnIntoTextAndBack)
         {&p.stringPort, " as is ", " as is "}, {&meshPort, "anything", "<Missing>"},
     };
     for (const auto& c : cases) {
+        SCOPED_TRACE(testing::Message() << c.port->m_name << " <- \"" << c.text << "\"");
         c.port->SetValue(c.text);
-        EXPECT_EQ(c.port->GetValue(), c.value) << c.port->m_name << " <- \"" << c.text << "\"";
+        EXPECT_EQ(c.port->GetValue(), c.value);
     }
 
     // Components: vectors by axis, other ports take a component as the value.
@@ -215,10 +216,11 @@ TEST(PortConnection, ValuesConvertAndFlagsFollowTheSource)
         {floatIn, intOut, [&] { i = -7; }, "-7"},     {floatIn, boolOut, [] {}, "1"},
     };
     for (const auto& c : cases) {
+        SCOPED_TRACE(testing::Message() << "from " << PortTypeName(c.source.Port().m_type));
         c.reader.Port().Connect(&c.source.Port());
         c.set();
         c.reader.Port().Update(0.0f);
-        EXPECT_EQ(c.reader.Port().GetValue(), c.expected) << "from " << PortTypeName(c.source.Port().m_type);
+        EXPECT_EQ(c.reader.Port().GetValue(), c.expected);
     }
 
     intIn.Port().Connect(&floatOut.Port());

@@ -115,9 +115,10 @@ TEST(FxParser, BrokenStructureNamesTheLineAsTheSourceDoes)
         {"technique T { pass P { VertexProgram = compile vp40; } }", "test.cgfx(1): expected an entry function after 'compile vp40'"},
     };
     for (const SCase& c : cases) {
+        SCOPED_TRACE(c.text);
         CFxParser parser;
         SFxEffectDesc fx;
-        EXPECT_FALSE(parser.Parse(c.text, "test.cgfx", fx)) << c.text;
+        EXPECT_FALSE(parser.Parse(c.text, "test.cgfx", fx));
         EXPECT_EQ(parser.GetError(), c.message);
     }
 }

@@ -86,20 +86,21 @@ TEST(RenderTypes, VertexFormatsAndCounts)
         int colorIndex, colorOffset;
     } cases[] = {{VBF_PNTC, 36, 4, 3, 32}, {VBF_PC, 16, 2, 3, 12}, {VBF_PNTBTC, 64, 6, 3, 12}, {VBF_PCS, 20, 3, 3, 12}};
     for (const SCase& c : cases) {
+        SCOPED_TRACE(c.format);
         const SVertexFormat& f = GetVertexFormat(c.format);
-        EXPECT_EQ(f.stride, c.stride) << c.format;
-        ASSERT_EQ(f.attributeCount, c.count) << c.format;
+        EXPECT_EQ(f.stride, c.stride);
+        ASSERT_EQ(f.attributeCount, c.count);
         int end = 0;
         for (int i = 0; i < f.attributeCount; ++i) {
             const SVertexAttribute& a = f.attributes[i];
             const int size = a.isColor ? 4 : a.components * 4;
-            EXPECT_EQ(a.isColor, a.index == c.colorIndex) << c.format;
+            EXPECT_EQ(a.isColor, a.index == c.colorIndex);
             if (a.isColor) {
                 EXPECT_EQ(a.offset, c.colorOffset);
             }
             end = std::max(end, a.offset + size);
         }
-        EXPECT_LE(end, f.stride) << c.format;
+        EXPECT_LE(end, f.stride);
     }
     // The tangent frame format pads to 64 bytes after the binormal at 48.
     EXPECT_EQ(GetVertexFormat(VBF_PNTBTC).attributes[5].index, 15);
@@ -110,8 +111,10 @@ TEST(RenderTypes, VertexFormatsAndCounts)
     const int counts[][3] = {{PT_Points, 7, 7},        {PT_Lines, 7, 14},         {PT_LineStrip, 7, 8},
                              {PT_Triangles, 7, 21},    {PT_TriangleStrip, 7, 9},  {PT_PointSprites, 7, 7},
                              {0, 7, 0}};
-    for (const auto& c : counts)
-        EXPECT_EQ(PrimitiveVertexCount(c[0], c[1]), c[2]) << c[0];
+    for (const auto& c : counts) {
+        SCOPED_TRACE(c[0]);
+        EXPECT_EQ(PrimitiveVertexCount(c[0], c[1]), c[2]);
+    }
 
     EXPECT_EQ(IndexWidth(65534), 2);
     EXPECT_EQ(IndexWidth(65535), 4);
@@ -258,5 +261,5 @@ TEST(Render, FullScreenQuadFailureIsLoggedAndDrawsNothing)
     render.m_failCreate = true;
     EXPECT_FALSE(render.DrawFullScreenQuad());
     EXPECT_TRUE(render.m_draws.empty());
-    EXPECT_TRUE(log.Contains("FAILED : \"!(dObjs->m_VertexBuffer = CreateVertexBuffer(6, 0, VBF_PNTBTC))\" in \"render/render\"("));
+    EXPECT_TRUE(log.Contains("FAILED : \"!(objects->m_VertexBuffer = CreateVertexBuffer(6, 0, VBF_PNTBTC))\" in \"render/render\"("));
 }

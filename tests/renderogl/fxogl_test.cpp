@@ -1,4 +1,4 @@
-#include "glfixture.h"
+#include "support/glfixture.h"
 
 #include "app/paths.h"
 #include "render/fx.h"

@@ -1,4 +1,4 @@
-#include "glfixture.h"
+#include "support/glfixture.h"
 
 #include "renderogl/glprogram.h"
 #include "renderogl/glprogramcache.h"

@@ -1,4 +1,4 @@
-#include "glfixture.h"
+#include "support/glfixture.h"
 
 #include "renderogl/renderogl.h"
 

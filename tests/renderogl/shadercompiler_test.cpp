@@ -147,10 +147,10 @@ TEST(ShaderCompiler, AcceptsTheCgDialect)
             void main(inout V v) { v.uv = Twist(v.uv); })"},
     };
     for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
         SCompiledShader shader;
         std::string errors;
-        EXPECT_TRUE(CShaderCompiler::Compile(Source(c.code, c.stage, "main"), shader, errors)) << c.what << "\n"
-                                                                                                << errors;
+        EXPECT_TRUE(CShaderCompiler::Compile(Source(c.code, c.stage, "main"), shader, errors)) << errors;
     }
 }
 
@@ -185,12 +185,13 @@ TEST(ShaderCompiler, ErrorsNameTheLineOfTheSource)
          {"unknownConstant"}, "entry wrapper(4) : error: 'unknownConstant'"},
     };
     for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
         SShaderSource source = Source(c.code, EShaderStage::Fragment, c.entry, c.args);
         source.includeDir = nodedata.Path();
         SCompiledShader shader;
         std::string errors;
-        EXPECT_FALSE(CShaderCompiler::Compile(source, shader, errors)) << c.what;
-        EXPECT_NE(errors.find(c.expected), std::string::npos) << c.what << "\n" << errors;
+        EXPECT_FALSE(CShaderCompiler::Compile(source, shader, errors));
+        EXPECT_NE(errors.find(c.expected), std::string::npos) << errors;
     }
 }
 
@@ -218,10 +219,11 @@ TEST(ShaderCompiler, StageOfProfile)
     EXPECT_TRUE(CShaderCompiler::Compile(source, shader, errors)) << errors;
 
     for (const auto& c : cases) {
+        SCOPED_TRACE(c.profile);
         EShaderStage stage = EShaderStage::Vertex;
-        EXPECT_EQ(CShaderCompiler::StageOfProfile(c.profile, stage), c.known) << c.profile;
+        EXPECT_EQ(CShaderCompiler::StageOfProfile(c.profile, stage), c.known);
         if (c.known) {
-            EXPECT_EQ(stage, c.stage) << c.profile;
+            EXPECT_EQ(stage, c.stage);
         }
     }
 }

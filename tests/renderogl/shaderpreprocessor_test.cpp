@@ -91,9 +91,10 @@ TEST(ShaderPreprocessor, ResolvesIncludesAndConditionalsAndKeepsLinesTraceable)
         {"DepthTestEnable", "bloom.cgfx", 15},
     };
     for (const auto& c : cases) {
+        SCOPED_TRACE(c.text);
         const int n = LineContaining(output, c.text);
-        ASSERT_NE(n, 0) << c.text;
-        EXPECT_EQ(SourceOf(output, n), std::make_pair(c.file, c.line)) << c.text;
+        ASSERT_NE(n, 0);
+        EXPECT_EQ(SourceOf(output, n), std::make_pair(c.file, c.line));
     }
 }
 

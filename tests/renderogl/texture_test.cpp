@@ -1,4 +1,4 @@
-#include "glfixture.h"
+#include "support/glfixture.h"
 
 #include "render/rendertarget.h"
 #include "render/texture.h"

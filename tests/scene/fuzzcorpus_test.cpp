@@ -1,7 +1,7 @@
 // What the scene fuzzer keeps in its corpus runs here too, on every build,
 // so inputs that once reached new code keep loading without a fault.
 
-#include "fuzz/scenefuzzinput.h"
+#include "support/scenefuzzinput.h"
 #include "scenenodes.h"
 #include "support/logcapture.h"
 #include "support/tempdir.h"

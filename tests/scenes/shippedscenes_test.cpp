@@ -178,8 +178,8 @@ TEST_P(ShippedScene, LoadsCompilesAndMovesWithTheMusic)
 }
 
 INSTANTIATE_TEST_SUITE_P(Library, ShippedScene, ::testing::ValuesIn(ShippedScenes()),
-                         [](const ::testing::TestParamInfo<std::string>& info) {
-                             std::string name = info.param;
+                         [](const ::testing::TestParamInfo<std::string>& row) {
+                             std::string name = row.param;
                              for (char& c : name)
                                  if (!std::isalnum(static_cast<unsigned char>(c)))
                                      c = '_';

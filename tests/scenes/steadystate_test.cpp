@@ -98,8 +98,8 @@ TEST_P(SteadyState, ASettledSceneAllocatesNothingFromFrameToFrame)
 INSTANTIATE_TEST_SUITE_P(Shipped, SteadyState,
                          ::testing::Values("scenes/Plasma.lmc", "scenes/Starfield.lmc",
                                            "scenes/transitions/Crossfade.lmc", "scenes/post/Vignette.lmc"),
-                         [](const auto& info) {
-                             std::string name = info.param.substr(info.param.rfind('/') + 1);
+                         [](const auto& row) {
+                             std::string name = row.param.substr(row.param.rfind('/') + 1);
                              return name.substr(0, name.find('.'));
                          });
 

@@ -155,8 +155,8 @@ TEST_P(FailedUpload, NeitherDelaysTheExitNorLosesTheFigures)
 INSTANTIATE_TEST_SUITE_P(Answers, FailedUpload,
                          ::testing::Values(CTestHttpServer::EAnswer::Never, CTestHttpServer::EAnswer::ServerError,
                                            CTestHttpServer::EAnswer::CutBody),
-                         [](const auto& info) {
-                             switch (info.param) {
+                         [](const auto& row) {
+                             switch (row.param) {
                              case CTestHttpServer::EAnswer::Never: return "Never";
                              case CTestHttpServer::EAnswer::ServerError: return "ServerError";
                              default: return "CutBody";

@@ -71,7 +71,7 @@ void CRenderRectNode::ReleaseBuffers(SDeviceObjects& objects)
 
 bool CRenderRectNode::RestoreDevice(CRender* render)
 {
-    SDeviceObjects* dObjs = &this->dObjs[size_t(render->GetDeviceIndex())];
+    SDeviceObjects* objects = &dObjs[size_t(render->GetDeviceIndex())];
     long W = std::max(1, m_tesselateW->m_value);
     long H = std::max(1, m_tesselateH->m_value);
     if (W * H > MaxCells) {
@@ -85,36 +85,36 @@ bool CRenderRectNode::RestoreDevice(CRender* render)
     const int vertexCount = int((W + 1) * (H + 1));
     const int indexCount = int(6 * W * H);
 
-    for (std::unique_ptr<CVertexBuffer>* buffer : {&dObjs->m_VertexBuffer, &dObjs->m_VertexBufferUpsideDown}) {
+    for (std::unique_ptr<CVertexBuffer>* buffer : {&objects->m_VertexBuffer, &objects->m_VertexBufferUpsideDown}) {
         if (*buffer && (*buffer)->m_count < vertexCount)
             buffer->reset();
     }
     // A buffer's index width follows its size, so a 16-bit buffer cannot
     // take 32-bit indices even when it is long enough.
-    if (dObjs->m_IndexBuffer &&
-        (dObjs->m_IndexBuffer->m_count < indexCount || IndexWidth(dObjs->m_IndexBuffer->m_count) != IndexWidth(indexCount))) {
-        dObjs->m_IndexBuffer.reset();
+    if (objects->m_IndexBuffer && (objects->m_IndexBuffer->m_count < indexCount ||
+                                   IndexWidth(objects->m_IndexBuffer->m_count) != IndexWidth(indexCount))) {
+        objects->m_IndexBuffer.reset();
     }
-    dObjs->m_triangles = 0;
-    if (!dObjs->m_VertexBuffer)
-        CHECK_FAILURE(!(dObjs->m_VertexBuffer = render->CreateVertexBuffer(vertexCount, 0, VBF_PNTBTC)));
-    if (!dObjs->m_VertexBufferUpsideDown)
-        CHECK_FAILURE(!(dObjs->m_VertexBufferUpsideDown = render->CreateVertexBuffer(vertexCount, 0, VBF_PNTBTC)));
-    if (!dObjs->m_IndexBuffer)
-        CHECK_FAILURE(!(dObjs->m_IndexBuffer = render->CreateIndexBuffer(indexCount, 0)));
-    if (!FillVertices(dObjs->m_VertexBuffer.get(), W, H, false) ||
-        !FillVertices(dObjs->m_VertexBufferUpsideDown.get(), W, H, true))
+    objects->m_triangles = 0;
+    if (!objects->m_VertexBuffer)
+        CHECK_FAILURE(!(objects->m_VertexBuffer = render->CreateVertexBuffer(vertexCount, 0, VBF_PNTBTC)));
+    if (!objects->m_VertexBufferUpsideDown)
+        CHECK_FAILURE(!(objects->m_VertexBufferUpsideDown = render->CreateVertexBuffer(vertexCount, 0, VBF_PNTBTC)));
+    if (!objects->m_IndexBuffer)
+        CHECK_FAILURE(!(objects->m_IndexBuffer = render->CreateIndexBuffer(indexCount, 0)));
+    if (!FillVertices(objects->m_VertexBuffer.get(), W, H, false) ||
+        !FillVertices(objects->m_VertexBufferUpsideDown.get(), W, H, true))
         return false;
 
-    void* indices = dObjs->m_IndexBuffer->Lock();
+    void* indices = objects->m_IndexBuffer->Lock();
     if (!indices)
         return false;
-    if (IndexWidth(dObjs->m_IndexBuffer->m_count) == 2)
+    if (IndexWidth(objects->m_IndexBuffer->m_count) == 2)
         FillIndices<uint16_t>(indices, int(W), int(H));
     else
         FillIndices<uint32_t>(indices, int(W), int(H));
-    dObjs->m_IndexBuffer->Unlock();
-    dObjs->m_triangles = int(2 * W * H);
+    objects->m_IndexBuffer->Unlock();
+    objects->m_triangles = int(2 * W * H);
     return true;
 }
 

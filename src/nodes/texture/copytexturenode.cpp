@@ -204,19 +204,19 @@ bool CCopyTextureNode::RestoreDevice(CRender* render)
 
 bool CCopyTextureNode::MakeQuad(CRender* render)
 {
-    SDeviceQuad* dObjs = &m_quads[size_t(render->GetDeviceIndex())];
-    if (dObjs->m_VertexBuffer && dObjs->m_VertexBuffer->m_count == QuadVertices)
+    SDeviceQuad* quad = &m_quads[size_t(render->GetDeviceIndex())];
+    if (quad->m_VertexBuffer && quad->m_VertexBuffer->m_count == QuadVertices)
         return true;
     ReleaseQuad();
     const int vertexCount = QuadVertices;
-    CHECK_FAILURE(!(dObjs->m_VertexBuffer = render->CreateVertexBuffer(vertexCount, 0, VBF_PNTBTC)));
-    auto* vertices = static_cast<SVertexPNTBTC*>(dObjs->m_VertexBuffer->Lock());
+    CHECK_FAILURE(!(quad->m_VertexBuffer = render->CreateVertexBuffer(vertexCount, 0, VBF_PNTBTC)));
+    auto* vertices = static_cast<SVertexPNTBTC*>(quad->m_VertexBuffer->Lock());
     if (!vertices) {
         ReleaseQuad();
         return false;
     }
     FillQuad(vertices);
-    dObjs->m_VertexBuffer->Unlock();
+    quad->m_VertexBuffer->Unlock();
     return true;
 }
 

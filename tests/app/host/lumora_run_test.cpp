@@ -181,7 +181,8 @@ TEST(LumoraRun, WithoutADisplayAWindowRunSaysSoAndEnds)
     const std::string scene = " -f '" + home.File("black.lms") + "'";
     // A frame budget, so that a run that plays to nobody still ends.
     for (const std::string mode : {"", "--window", "--fullscreen"}) {
-        EXPECT_EQ(RunWithoutDisplay(home, mode + " --frames 30" + scene), 4) << mode;
+        SCOPED_TRACE(mode);
+        EXPECT_EQ(RunWithoutDisplay(home, mode + " --frames 30" + scene), 4);
         const std::string said = ReadFile(home.File("stderr.txt"));
         EXPECT_EQ(std::count(said.begin(), said.end(), '\n'), 1) << said;
         EXPECT_NE(said.find("lumora: no display to show the visualizer on"), std::string::npos) << said;

@@ -10,7 +10,7 @@
 #include "app/player/headlessrun.h"
 #include "nodes/nodetypes.h"
 #include "ports/port.h"
-#include "renderogl/glfixture.h"
+#include "support/glfixture.h"
 #include "scene/nodefactory.h"
 #include "scene/scene.h"
 #include "services/picturesequencewriter.h"

@@ -5,7 +5,7 @@
 #include "nodes/value/valuegraph.h"
 #include "render/fxmanager.h"
 #include "render/matrix.h"
-#include "renderogl/glfixture.h"
+#include "support/glfixture.h"
 #include "scene/nodefactory.h"
 #include "scene/scene.h"
 

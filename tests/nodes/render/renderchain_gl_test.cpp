@@ -4,7 +4,7 @@
 #include "nodes/nodetypes.h"
 #include "nodes/render/renderrectnode.h"
 #include "ports/port.h"
-#include "renderogl/glfixture.h"
+#include "support/glfixture.h"
 #include "scene/nodefactory.h"
 #include "scene/scene.h"
 #include "support/testeffectnode.h"

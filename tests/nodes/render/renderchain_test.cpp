@@ -320,7 +320,7 @@ TEST_F(RenderChain, RectangleBuildsItsGridAndDrawsOnlyWithAnEffect)
     m_scene.InvalidateDevice(&m_render);
     m_scene.ForceRestore();
     Frame();
-    EXPECT_TRUE(log.Contains("FAILED : \"!(dObjs->m_VertexBuffer = render->CreateVertexBuffer(vertexCount, 0, "
+    EXPECT_TRUE(log.Contains("FAILED : \"!(objects->m_VertexBuffer = render->CreateVertexBuffer(vertexCount, 0, "
                              "VBF_PNTBTC))\" in \"nodes/render/renderrectnode\"("));
 }
 

@@ -10,7 +10,7 @@
 #include "render/render.h"
 #include "render/texture.h"
 #include "render/texturemanager.h"
-#include "renderogl/glfixture.h"
+#include "support/glfixture.h"
 #include "scene/nodedeclaration.h"
 #include "scene/nodefactory.h"
 #include "scene/pdobject.h"
@@ -301,6 +301,7 @@ TEST_F(ShaderNodeGL, HeaderDeclaresWhatTheFragmentUses)
     };
     BuildRect("");
     for (const SCase& c : cases) {
+        SCOPED_TRACE(c.use);
         SetShader(Fragment(std::string("float4(0, 0, 0, 1) + 0 * (") + c.use + ").x"));
         DrawFrame();
         const std::string& text = Shader()->GetComposedText();

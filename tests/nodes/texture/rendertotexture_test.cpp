@@ -26,10 +26,10 @@ TEST(TextureSizeSteps, StepsHalveCustomReplacesAndTheLowerLimitsHold)
         {-1, -1, 0, 0, 1000, 40, {1, 2}},
     };
     for (const SCase& c : cases) {
+        SCOPED_TRACE(testing::Message() << "steps " << c.widthStep << ", " << c.heightStep);
         const STextureSize size =
             SizeFromSteps(c.widthStep, c.heightStep, c.widthCustom, c.heightCustom, c.width, c.height);
-        EXPECT_EQ(size, c.expected) << "steps " << c.widthStep << ", " << c.heightStep << ": " << size.width << "x"
-                                    << size.height;
+        EXPECT_EQ(size, c.expected) << size.width << "x" << size.height;
     }
 }
 

@@ -9,7 +9,7 @@
 #include "render/rendertarget.h"
 #include "render/texture.h"
 #include "render/texturemanager.h"
-#include "renderogl/glfixture.h"
+#include "support/glfixture.h"
 #include "scene/nodefactory.h"
 #include "scene/pdtexture.h"
 #include "scene/scene.h"

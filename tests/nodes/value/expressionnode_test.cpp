@@ -125,6 +125,7 @@ TEST(ExpressionNode, AProgramThatCantRunGivesZerosAndOneLogLine)
         {"out1 = nosuch(1)", {"Variable not found at 7 12"}},
     };
     for (const Case& c : cases) {
+        SCOPED_TRACE(c.text);
         CValueGraph graph;
         CLogCapture log;
         CNode* node = graph.Add("Expression");
@@ -135,7 +136,7 @@ TEST(ExpressionNode, AProgramThatCantRunGivesZerosAndOneLogLine)
             ExpectFloats(graph.LocalFrame(reader, 4, 0.1f), {0, 0, 0, 0}, 0, c.text);
             ExpectFloats(Outputs(node), {0, 0, 0}, 0, c.text);
         }
-        EXPECT_EQ(log.Messages(), c.log) << c.text;
+        EXPECT_EQ(log.Messages(), c.log);
 
         // A working text brings the node back.
         graph.Set(node, "Expression", "out1 = 4; out2 = 5");

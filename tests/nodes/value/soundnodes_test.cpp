@@ -31,6 +31,7 @@ TEST(BeatNode, MapsTheBeatFromMinToMaxCappedAtTheLargerEnd)
     CNode* beat = graph.Add("Beat");
     graph.Set(beat, "NoMusic", "0.3");
     for (const Case& c : cases) {
+        SCOPED_TRACE(testing::Message() << c.beatAmplificationMinMax << " at beat " << c.beat);
         music.SetMusic(c.music);
         music.m_analyzer.m_beat = c.beat;
         float amplification, min, max;
@@ -39,8 +40,7 @@ TEST(BeatNode, MapsTheBeatFromMinToMaxCappedAtTheLargerEnd)
         graph.Set(beat, "Min", std::to_string(min));
         graph.Set(beat, "Max", std::to_string(max));
         graph.Frame(beat, 1.0f / 30);
-        EXPECT_FLOAT_EQ(CValueGraph::Out(beat, "BeatStrength"), c.expected)
-            << c.beatAmplificationMinMax << " at beat " << c.beat;
+        EXPECT_FLOAT_EQ(CValueGraph::Out(beat, "BeatStrength"), c.expected);
     }
 
     // One value a frame: a change within the frame reaches no reader.

@@ -36,6 +36,7 @@ TEST(SignalGeneratorNode, MakesEachWaveAtKnownPoints)
     CValueGraph graph;
     CNode* node = graph.Add("SignalGenerator");
     for (const Case& c : cases) {
+        SCOPED_TRACE(testing::Message() << "type " << c.type << " at " << c.time);
         graph.Set(node, "WaveformType", std::to_string(c.type));
         graph.Set(node, "Frequency", c.frequency);
         graph.Set(node, "Phase", c.phase);
@@ -44,7 +45,7 @@ TEST(SignalGeneratorNode, MakesEachWaveAtKnownPoints)
         graph.Set(node, "Invert", c.invert);
         graph.m_context.m_time = c.time;
         graph.Frame(node, 0);
-        EXPECT_NEAR(CValueGraph::Out(node, "Value"), c.expected, 2e-6f) << "type " << c.type << " at " << c.time;
+        EXPECT_NEAR(CValueGraph::Out(node, "Value"), c.expected, 2e-6f);
     }
 }
 
@@ -84,12 +85,12 @@ TEST(SinNode, StartsAtMinAndPeaksHalfAPeriodLater)
     graph.Set(node, "Min", "2");
     graph.Set(node, "Max", "4");
     for (const Case& c : cases) {
+        SCOPED_TRACE(testing::Message() << "at " << c.time << " offset " << c.offset << " frequency " << c.frequency);
         graph.Set(node, "Offset", c.offset);
         graph.Set(node, "Frequency", c.frequency);
         graph.m_context.m_time = c.time;
         graph.Frame(node, 0);
-        EXPECT_NEAR(CValueGraph::Out(node, "Value"), c.expected, 1e-5f)
-            << "at " << c.time << " offset " << c.offset << " frequency " << c.frequency;
+        EXPECT_NEAR(CValueGraph::Out(node, "Value"), c.expected, 1e-5f);
     }
 }
 
@@ -164,6 +165,7 @@ TEST(ColourNodes, ConvertKnownColours)
     };
     CValueGraph graph;
     for (const Case& c : cases) {
+        SCOPED_TRACE(testing::Message() << c.type << " " << c.hue);
         CNode* node = graph.Add(c.type);
         if (*c.third) {
             graph.Set(node, "Hue", c.hue);

@@ -2,8 +2,8 @@
 // or straight as scene XML, must load or fail without a fault. What loaded
 // must come back the same from its own written form.
 
-#include "scenefuzzinput.h"
-#include "scenenodes.h"
+#include "support/scenefuzzinput.h"
+#include "../scenenodes.h"
 
 #include <QDir>
 

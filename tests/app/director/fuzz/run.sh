@@ -1,5 +1,4 @@
 #!/usr/bin/env bash
 # Fuzzes the editor's command interpreter: tests/app/director/fuzz/run.sh [seconds] [build dir]
 here="$(cd "$(dirname "$0")" && pwd)"
-exec "$here/../../../support/runfuzz.sh" "$here" fuzz_commands 8192 "${1:-300}" \
-  "${2:-$here/../../../../build-fuzz_commands}"
+exec "$here/../../../support/runfuzz.sh" "$here" fuzz_commands 8192 "$@"

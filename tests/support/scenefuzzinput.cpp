@@ -1,4 +1,4 @@
-#include "scenefuzzinput.h"
+#include "support/scenefuzzinput.h"
 
 #include "scene/scene.h"
 
