@@ -7,8 +7,14 @@ CMovieRecorder::CMovieRecorder(CRender* render, SOptions options) : m_render(ren
 {
 }
 
+CMovieRecorder::~CMovieRecorder()
+{
+    StopEncoding();
+}
+
 bool CMovieRecorder::StartMovie(const std::string& path)
 {
+    StopEncoding();
     m_framesWritten = 0;
     m_finished = false;
     m_error.clear();
@@ -26,42 +32,113 @@ bool CMovieRecorder::StartMovie(const std::string& path)
     options.m_songPath = m_options.m_songPath;
     m_good = m_encoder.Open(options, m_error);
     if (!m_good)
-        Error("Failed to create movie file \"%s\": %s", path.c_str(), m_error.c_str());
-    return m_good;
+        return Error("Failed to create movie file \"%s\": %s", path.c_str(), m_error.c_str());
+    m_noMoreFrames = false;
+    m_encoderFailed = false;
+    m_thread = std::thread([this] { EncodeFrames(); });
+    return true;
 }
 
 void CMovieRecorder::WriteFrame(int)
 {
     if (!m_good || m_render->GetWindowCount() == 0)
         return;
+    std::vector<uint8_t> pixels;
+    {
+        // Drawing runs at most a few frames ahead of the encoder.
+        std::unique_lock lock(m_mutex);
+        m_changed.wait(lock, [this] { return m_waiting.size() < QueueDepth || m_encoderFailed; });
+        if (m_encoderFailed) {
+            m_error = m_encoderError;
+            lock.unlock();
+            m_good = false;
+            Error("Movie recording stopped: %s", m_error.c_str());
+            StopEncoding();
+            m_encoder.Abandon();
+            return;
+        }
+        if (!m_spare.empty()) {
+            pixels = std::move(m_spare.back());
+            m_spare.pop_back();
+        }
+    }
     m_render->SwitchToRenderWindow(0);
     const int width = m_render->m_currentRect.Width(), height = m_render->m_currentRect.Height();
-    m_pixels.resize(size_t(width) * size_t(height) * 3);
-    if (!m_render->ReadPixels(m_pixels.data())) {
+    pixels.resize(size_t(width) * size_t(height) * 3);
+    if (!m_render->ReadPixels(pixels.data())) {
         m_error = "the picture could not be read back";
         m_good = false;
-    } else if (!m_encoder.AddFrame(m_pixels.data(), m_error)) {
-        m_good = false;
-    }
-    if (!m_good) {
-        // A full disk fails every later frame too: one line says it.
         Error("Movie recording stopped: %s", m_error.c_str());
+        StopEncoding();
         m_encoder.Abandon();
         return;
     }
+    {
+        std::lock_guard lock(m_mutex);
+        m_waiting.push_back(std::move(pixels));
+    }
+    m_changed.notify_all();
     ++m_framesWritten;
-    m_bytesWritten = m_encoder.BytesWritten();
     if (m_onFrame)
         m_onFrame(m_framesWritten);
+}
+
+void CMovieRecorder::EncodeFrames()
+{
+    for (;;) {
+        std::vector<uint8_t> pixels;
+        {
+            std::unique_lock lock(m_mutex);
+            m_changed.wait(lock, [this] { return !m_waiting.empty() || m_noMoreFrames; });
+            if (m_waiting.empty())
+                return;
+            pixels = std::move(m_waiting.front());
+            m_waiting.pop_front();
+        }
+        std::string error;
+        const bool added = m_encoder.AddFrame(pixels.data(), error);
+        m_bytesWritten = m_encoder.BytesWritten();
+        {
+            std::lock_guard lock(m_mutex);
+            m_spare.push_back(std::move(pixels));
+            if (!added) {
+                m_encoderFailed = true;
+                m_encoderError = error;
+                m_waiting.clear();
+            }
+        }
+        m_changed.notify_all();
+        if (!added)
+            return;
+    }
+}
+
+void CMovieRecorder::StopEncoding()
+{
+    {
+        std::lock_guard lock(m_mutex);
+        m_noMoreFrames = true;
+    }
+    m_changed.notify_all();
+    if (m_thread.joinable())
+        m_thread.join();
 }
 
 void CMovieRecorder::StopMovie()
 {
     if (!m_good)
         return;
+    StopEncoding();
     m_good = false;
+    if (m_encoderFailed) {
+        m_error = m_encoderError;
+        Error("Movie recording stopped: %s", m_error.c_str());
+        m_encoder.Abandon();
+        return;
+    }
     m_finished = m_encoder.Finish(m_error);
     if (!m_finished)
         Error("Movie recording failed at its end: %s", m_error.c_str());
-    m_pixels = {};
+    std::lock_guard lock(m_mutex);
+    m_spare.clear();
 }
