@@ -84,6 +84,8 @@ public:
     virtual void Cleanup3DEnvironment() {}
     virtual int GetWindowCount() const { return 0; }
     virtual bool SwitchToRenderWindow(int /*index*/) { return false; }
+    // The monitor a full-screen window covers; null for every other window.
+    virtual const CMonitor* GetWindowMonitor(int /*index*/) const { return nullptr; }
     // Takes the next waiting window event, None when the queue is empty.
     virtual EWindowEvent PollEvent() { return EWindowEvent::None; }
     // False when no display server answered and nobody would see a window.

@@ -40,6 +40,10 @@ public:
     void Cleanup3DEnvironment() override;
     int GetWindowCount() const override { return static_cast<int>(m_windows.size()); }
     bool SwitchToRenderWindow(int index) override;
+    const CMonitor* GetWindowMonitor(int index) const override
+    {
+        return index >= 0 && index < GetWindowCount() ? m_windows[size_t(index)].m_monitor : nullptr;
+    }
     void RefreshScreens();
     EWindowEvent PollEvent() override;
     // Window events of our own windows: a resize moves the rectangles.

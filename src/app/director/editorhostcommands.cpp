@@ -8,7 +8,7 @@
 #include "app/paths.h"
 #include "render/render.h"
 #include "scene/scenebase.h"
-#include "services/windowpicture.h"
+#include "services/screenshot.h"
 #include "sound/soundanalyzer.h"
 
 #include <cstdlib>
@@ -52,14 +52,15 @@ SCommandResult WinCapture(CScriptEngine& engine, CScriptRequest& request, void* 
     std::error_code error;
     std::filesystem::create_directories(folder, error);
     const CSceneBase* active = director.GetActiveScene();
-    const std::string path = folder + "/" + (active ? active->GetName() : std::string("Lumora")) + ".png";
+    // The scene's name is the stem; without a scene the time alone names it.
+    const std::string path = folder + "/" + (active ? active->GetName() + ".png" : std::string());
     // The picture is drawn anew into the back buffer, which the last swap
     // left undefined, and read from there.
     director.Draw(render);
-    std::vector<uint8_t> pixels;
-    if (!SaveWindowPicture(*render, path, pixels))
+    const std::string written = CScreenshot(render).TakeScreenshot(path);
+    if (written.empty())
         return SCommandResult::Fail("Failed to save screen capture");
-    return Reply(engine, request, "WinCaptured", {{"FileName", path}});
+    return Reply(engine, request, "WinCaptured", {{"FileName", written}});
 }
 
 SCommandResult ConfigGet(CScriptEngine& engine, CScriptRequest& request, void* context)
