@@ -1,0 +1,139 @@
+// Textures filled on the CPU: exact texels, fills only on a change of input.
+
+#include "nodes/nodetypes.h"
+#include "ports/port.h"
+#include "render/texture.h"
+#include "scene/node.h"
+#include "scene/nodefactory.h"
+#include "scene/scenecontext.h"
+#include "scene/pdtexture.h"
+#include "scene/scene.h"
+#include "support/glfixture.h"
+
+#include <array>
+#include <set>
+
+namespace {
+
+class ProceduralTextures : public CGLRenderTest
+{
+protected:
+    void SetUp() override
+    {
+        CGLRenderTest::SetUp();
+        m_factory = CNodeFactory::Get();
+        m_factory->Init(NodeTypes());
+        m_context.m_render = m_render.get();
+    }
+    void TearDown() override
+    {
+        m_scene.reset();
+        m_factory->Release();
+        CGLRenderTest::TearDown();
+    }
+
+    CNode* Make(const char* type, std::initializer_list<std::pair<const char*, const char*>> ports)
+    {
+        CNode* node = m_scene->AddNode(type);
+        for (const auto& [port, value] : ports) {
+            std::string component;
+            m_scene->FindInPort(std::string(node->m_name) + "." + port, &component)->SetValue(value);
+        }
+        return node;
+    }
+    // The node's texels after an update and, if it asks, a fill.
+    std::vector<std::array<int, 4>> Texels(CNode* node)
+    {
+        node->Update(0.0f, &m_context);
+        node->ClearChangedFlags();
+        if (node->m_deviceDirty) {
+            node->m_deviceDirty = 0;
+            EXPECT_TRUE(node->ResetDevice(m_render.get()));
+        }
+        std::shared_ptr<CTexture> texture = dynamic_cast<CPDTexture*>(node)->GetTexture(m_render.get());
+        std::vector<std::array<int, 4>> texels;
+        if (!texture)
+            return texels;
+        const uint8_t* bytes = texture->Lock();
+        for (size_t i = 0; i < size_t(texture->m_width) * size_t(std::max(1, texture->m_height)); ++i)
+            texels.push_back({bytes[4 * i], bytes[4 * i + 1], bytes[4 * i + 2], bytes[4 * i + 3]});
+        return texels;
+    }
+
+    CNodeFactory* m_factory = nullptr;
+    std::unique_ptr<CScene> m_scene = std::make_unique<CScene>();
+    CSceneContext m_context;
+};
+
+TEST_F(ProceduralTextures, GradientsBlendTheirStopsInPeakOrder)
+{
+    // Black with alpha 0 to white: t = (x + 0.5) / 4 over four texels.
+    CNode* linear = Make("Gradient", {{"Width", "4"}});
+    const auto row = Texels(linear);
+    ASSERT_EQ(row.size(), 4u);
+    EXPECT_EQ(row[0], (std::array<int, 4>{31, 31, 31, 31}));
+    EXPECT_EQ(row[3], (std::array<int, 4>{223, 223, 223, 223}));
+    EXPECT_EQ(dynamic_cast<CPDTexture*>(linear)->m_dimension, 1);
+
+    // A stop whose peak is out of port order is sorted into place: red at
+    // 0.25 lies between black at 0 and white at 1.
+    CNode* sorted =
+        Make("Gradient", {{"Width", "8"}, {"Color3Peak", "0.25"}, {"Color3", "1 0 0 1"}, {"Color1", "0 0 0 1"}});
+    const auto colours = Texels(sorted);
+    EXPECT_EQ(colours[1], (std::array<int, 4>{191, 0, 0, 255})) << "t = 0.1875, three quarters of the way to red";
+    EXPECT_EQ(colours[7][1], 233) << "then on to white";
+
+    // Square and radial: the centre is Color1, the corners the far end; with
+    // Color2 peaking at 0.5, what lies beyond gets the background.
+    CNode* square = Make("Gradient", {{"Width", "8"}, {"Height", "8"}, {"GradientType", "3"}, {"Color2Peak", "0.5"},
+                                      {"Color3Peak", "0.5"}, {"Color4Peak", "0.5"}, {"Color5Peak", "0.5"},
+                                      {"BackgroundColor", "0 0 1 1"}});
+    const auto field = Texels(square);
+    ASSERT_EQ(field.size(), 64u);
+    EXPECT_EQ(field[3 * 8 + 3][0], 63) << "next to the centre: a quarter of the way to Color2";
+    EXPECT_EQ(field[0], (std::array<int, 4>{0, 0, 255, 255})) << "a corner, beyond the last stop";
+    EXPECT_EQ(dynamic_cast<CPDTexture*>(square)->m_dimension, 2);
+
+    // An update without a change keeps the texture as it is.
+    const std::shared_ptr<CTexture> before = dynamic_cast<CPDTexture*>(square)->GetTexture(m_render.get());
+    square->Update(0.0f, &m_context);
+    EXPECT_EQ(square->m_deviceDirty, 0u) << "no refill without a change";
+}
+
+TEST_F(ProceduralTextures, RandomTexturesFollowTheirSeedRectangleAndCount)
+{
+    // Every pixel once: all between Color1 and Color2, grey, and not alike.
+    CNode* dense = Make("RandomTexture", {{"Width", "16"}, {"Height", "16"}, {"CountRel", "100"}});
+    const auto full = Texels(dense);
+    ASSERT_EQ(full.size(), 256u);
+    std::set<int> values;
+    for (const auto& texel : full) {
+        EXPECT_TRUE(texel[0] == texel[1] && texel[1] == texel[2] && texel[3] == 255);
+        values.insert(texel[0]);
+    }
+    EXPECT_GT(values.size(), 100u);
+    EXPECT_EQ(Texels(Make("RandomTexture", {{"Width", "16"}, {"Height", "16"}, {"CountRel", "100"}})), full)
+        << "the same seed, the same picture";
+    EXPECT_NE(Texels(Make("RandomTexture", {{"Width", "16"}, {"Height", "16"}, {"CountRel", "100"}, {"Seed", "2"}})),
+              full);
+
+    // A few hits on the background, only inside the rectangle.
+    CNode* sparse = Make("RandomTexture", {{"Width", "16"}, {"Height", "16"}, {"Count", "20"},
+                                           {"BackgroundColor", "1 0 0 1"}, {"Rect", "0.5 0.5 0.5 0.5"}});
+    const auto hits = Texels(sparse);
+    int touched = 0;
+    for (int y = 0; y < 16; ++y) {
+        for (int x = 0; x < 16; ++x) {
+            const auto& texel = hits[size_t(y * 16 + x)];
+            const bool background = texel == std::array<int, 4>{255, 0, 0, 255};
+            if (!background) {
+                ++touched;
+                EXPECT_TRUE(x >= 8 && y >= 8) << x << ", " << y;
+            }
+        }
+    }
+    EXPECT_GT(touched, 10);
+    EXPECT_LE(touched, 20);
+}
+
+} // namespace
