@@ -1,6 +1,7 @@
 // Textures filled on the CPU: exact texels, fills only on a change of input.
 
 #include "nodes/nodetypes.h"
+#include "nodes/texture/noisetexturenode.h"
 #include "ports/port.h"
 #include "render/texture.h"
 #include "scene/node.h"
@@ -134,6 +135,36 @@ TEST_F(ProceduralTextures, RandomTexturesFollowTheirSeedRectangleAndCount)
     }
     EXPECT_GT(touched, 10);
     EXPECT_LE(touched, 20);
+}
+
+TEST_F(ProceduralTextures, NoiseTexturesTileAndMoveOnlyAlongTheirOffsetAxis)
+{
+    // Every kind of noise repeats with period 1 on each axis.
+    for (int type = 1; type <= 17; ++type) {
+        SCOPED_TRACE(type);
+        for (float p : {0.1f, 0.37f, 0.8f}) {
+            EXPECT_NEAR(CNoiseTextureNode::Noise(type, 0.0f, p, 0.0f, false),
+                        CNoiseTextureNode::Noise(type, 1.0f, p, 0.0f, false), 1e-4f);
+            EXPECT_NEAR(CNoiseTextureNode::Noise(type, p, 0.0f, 0.0f, false),
+                        CNoiseTextureNode::Noise(type, p, 1.0f, 0.0f, false), 1e-4f);
+            EXPECT_NEAR(CNoiseTextureNode::Noise(type, p, 0.5f, 0.0f, true),
+                        CNoiseTextureNode::Noise(type, p, 0.5f, 1.0f, true), 1e-4f);
+        }
+    }
+
+    const auto texels = Texels(Make("NoiseTexture", {{"Width", "16"}, {"Height", "16"}, {"NoiseA", "0"}}));
+    ASSERT_EQ(texels.size(), 256u);
+    std::set<int> reds;
+    for (const auto& texel : texels) {
+        EXPECT_EQ(texel[3], 127) << "\"None\" is the middle, not 0";
+        reds.insert(texel[0]);
+    }
+    EXPECT_GT(reds.size(), 20u) << "noise, not a flat colour";
+    EXPECT_EQ(Texels(Make("NoiseTexture", {{"Width", "16"}, {"Height", "16"}, {"NoiseA", "0"}, {"Offset", "5 0 0"}})),
+              texels)
+        << "a flat texture ignores x of the offset";
+    EXPECT_NE(Texels(Make("NoiseTexture", {{"Width", "16"}, {"Height", "16"}, {"NoiseA", "0"}, {"Offset", "0 0.25 0"}})),
+              texels);
 }
 
 } // namespace
