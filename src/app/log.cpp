@@ -41,6 +41,7 @@ void CLog::WriteText(bool isError, std::string_view text)
              local.tm_sec, static_cast<int>(now.tv_nsec / 1000000), static_cast<int>(text.size()),
              text.data());
 
+    const std::lock_guard lock(m_mutex);
     if (isError && m_firstError[0] == '\0') {
         const size_t n = std::min(text.size(), sizeof(m_firstError) - 1);
         memcpy(m_firstError, text.data(), n);
@@ -66,6 +67,7 @@ void CLog::SetLogFile(const char* path)
     if (!path || strlen(path) + 1 > sizeof(m_fileName))
         return;
     CloseLog();
+    const std::lock_guard lock(m_mutex);
     strcpy(m_fileName, path);
     struct stat info{};
     if (stat(m_fileName, &info) == 0 && info.st_size > MaxFileSizeBeforeRestart)
@@ -74,6 +76,7 @@ void CLog::SetLogFile(const char* path)
 
 void CLog::CloseLog()
 {
+    const std::lock_guard lock(m_mutex);
     if (m_file) {
         fclose(m_file);
         m_file = nullptr;

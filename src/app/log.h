@@ -2,10 +2,12 @@
 
 #include <cstdarg>
 #include <cstdio>
+#include <mutex>
 #include <string_view>
 
 // The run's log: "log.txt" in the user directory, one time-stamped line per
-// message, at most MaxLines lines a run. Single-threaded like the frame loop.
+// message, at most MaxLines lines a run. Threads that write pictures or
+// movies log through it too, so lines are written one at a time.
 class CLog
 {
 public:
@@ -41,6 +43,7 @@ private:
     char m_fileName[FileNameSize] = {};
     int m_lineCount = 0;
     FILE* m_file = nullptr;
+    std::mutex m_mutex;
 };
 
 // The one log of the process.

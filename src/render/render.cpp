@@ -22,6 +22,24 @@ std::unique_ptr<CIndexBuffer> CRender::CreateIndexBuffer(int, int)
     return nullptr;
 }
 
+bool CRender::StartReadPixels()
+{
+    std::vector<uint8_t> pixels(size_t(m_currentRect.Width()) * size_t(m_currentRect.Height()) * 3);
+    if (!ReadPixels(pixels.data()))
+        return false;
+    m_queuedPixels.push_back(std::move(pixels));
+    return true;
+}
+
+bool CRender::FinishReadPixels(std::vector<uint8_t>& pixels)
+{
+    if (m_queuedPixels.empty())
+        return false;
+    pixels = std::move(m_queuedPixels.front());
+    m_queuedPixels.pop_front();
+    return true;
+}
+
 bool CRender::Clear(const float*, float, int)
 {
     return false;

@@ -8,6 +8,8 @@
 #include "render/vertexbuffer.h"
 
 #include <array>
+#include <cstdint>
+#include <deque>
 #include <functional>
 #include <memory>
 #include <vector>
@@ -94,6 +96,14 @@ public:
     // The current rectangle as BGR bytes, bottom row first; false without a
     // device.
     virtual bool ReadPixels(void* /*buffer*/) { return false; }
+    // Read-back that need not wait for the picture just drawn: StartReadPixels
+    // queues a copy of the current rectangle, FinishReadPixels hands out the
+    // oldest queued one as ReadPixels would, sized to it. A recorder that
+    // keeps two queued draws the next frame while the last one is copied.
+    // This form copies at once; devices override it to copy in the background.
+    virtual bool StartReadPixels();
+    virtual bool FinishReadPixels(std::vector<uint8_t>& pixels);
+    virtual int QueuedReadPixels() const { return int(m_queuedPixels.size()); }
     // 1 waits for the display's refresh on each swap, 0 does not; nothing
     // without a context.
     virtual void SetSwapInterval(int /*interval*/) {}
@@ -148,6 +158,9 @@ protected:
     CMatrix m_view = MatrixIdentity();
     CVertexBuffer* m_currentVertexBuffer = nullptr;
     CIndexBuffer* m_currentIndexBuffer = nullptr;
+
+private:
+    std::deque<std::vector<uint8_t>> m_queuedPixels;
 };
 
 // Makes the render of a run for its application object: the executable

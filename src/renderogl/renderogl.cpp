@@ -50,6 +50,7 @@ bool CRenderOGL::InitDevice()
 void CRenderOGL::ReleaseDevice()
 {
     ReleaseQuad();
+    m_readback.Release();
     m_currentVertexBuffer = nullptr;
     m_currentIndexBuffer = nullptr;
     m_data->FreeDeviceObjects();
@@ -168,6 +169,16 @@ bool CRenderOGL::ReadPixels(void* buffer)
     glPixelStorei(GL_PACK_ALIGNMENT, 1);
     glReadPixels(0, 0, m_currentRect.Width(), m_currentRect.Height(), GL_BGR, GL_UNSIGNED_BYTE, buffer);
     return true;
+}
+
+bool CRenderOGL::StartReadPixels()
+{
+    return m_readback.Start(m_currentRect.Width(), m_currentRect.Height());
+}
+
+bool CRenderOGL::FinishReadPixels(std::vector<uint8_t>& pixels)
+{
+    return m_readback.Finish(pixels);
 }
 
 std::unique_ptr<CRender> MakeRenderOGL(CUserApp3d* app)

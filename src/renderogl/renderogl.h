@@ -1,5 +1,6 @@
 #pragma once
 
+#include "renderogl/pixelreadbackogl.h"
 #include "renderogl/renderwin.h"
 
 // The draw operations of the render on OpenGL. The context must be current
@@ -24,6 +25,9 @@ public:
     bool DrawIndexedPrimitive(int kind, int first, int primitives, int instances) override;
 
     bool ReadPixels(void* buffer) override;
+    bool StartReadPixels() override;
+    bool FinishReadPixels(std::vector<uint8_t>& pixels) override;
+    int QueuedReadPixels() const override { return m_readback.Queued(); }
 
 protected:
     bool CreateDeviceObjects() override { return InitDevice(); }
@@ -32,6 +36,8 @@ protected:
 private:
     bool BindVertexAttributes();
     void UnbindVertexAttributes();
+
+    CPixelReadbackOGL m_readback;
 };
 
 // The RenderFactory of the executable and of tests that draw for real.

@@ -3,7 +3,8 @@
 #include "app/log.h"
 #include "render/render.h"
 
-CMovieRecorder::CMovieRecorder(CRender* render, SOptions options) : m_render(render), m_options(std::move(options))
+CMovieRecorder::CMovieRecorder(CRender* render, SOptions options)
+    : m_render(render), m_readback(render), m_options(std::move(options))
 {
 }
 
@@ -15,6 +16,7 @@ CMovieRecorder::~CMovieRecorder()
 bool CMovieRecorder::StartMovie(const std::string& path)
 {
     StopEncoding();
+    m_readback.Discard();
     m_framesWritten = 0;
     m_finished = false;
     m_error.clear();
@@ -43,44 +45,42 @@ void CMovieRecorder::WriteFrame(int)
 {
     if (!m_good || m_render->GetWindowCount() == 0)
         return;
-    std::vector<uint8_t> pixels;
+    if (!m_readback.Read([this](std::vector<uint8_t>& pixels) { return Queue(pixels); }))
+        Fail();
+}
+
+bool CMovieRecorder::Queue(std::vector<uint8_t>& pixels)
+{
     {
         // Drawing runs at most a few frames ahead of the encoder.
         std::unique_lock lock(m_mutex);
         m_changed.wait(lock, [this] { return m_waiting.size() < QueueDepth || m_encoderFailed; });
-        if (m_encoderFailed) {
-            m_error = m_encoderError;
-            lock.unlock();
-            m_good = false;
-            Error("Movie recording stopped: %s", m_error.c_str());
-            StopEncoding();
-            m_encoder.Abandon();
-            return;
-        }
+        if (m_encoderFailed)
+            return false;
+        m_waiting.push_back(std::move(pixels));
         if (!m_spare.empty()) {
             pixels = std::move(m_spare.back());
             m_spare.pop_back();
         }
     }
-    m_render->SwitchToRenderWindow(0);
-    const int width = m_render->m_currentRect.Width(), height = m_render->m_currentRect.Height();
-    pixels.resize(size_t(width) * size_t(height) * 3);
-    if (!m_render->ReadPixels(pixels.data())) {
-        m_error = "the picture could not be read back";
-        m_good = false;
-        Error("Movie recording stopped: %s", m_error.c_str());
-        StopEncoding();
-        m_encoder.Abandon();
-        return;
-    }
-    {
-        std::lock_guard lock(m_mutex);
-        m_waiting.push_back(std::move(pixels));
-    }
     m_changed.notify_all();
     ++m_framesWritten;
     if (m_onFrame)
         m_onFrame(m_framesWritten);
+    return true;
+}
+
+void CMovieRecorder::Fail()
+{
+    {
+        std::lock_guard lock(m_mutex);
+        m_error = m_encoderFailed ? m_encoderError : std::string("the picture could not be read back");
+    }
+    m_good = false;
+    Error("Movie recording stopped: %s", m_error.c_str());
+    m_readback.Discard();
+    StopEncoding();
+    m_encoder.Abandon();
 }
 
 void CMovieRecorder::EncodeFrames()
@@ -128,6 +128,11 @@ void CMovieRecorder::StopMovie()
 {
     if (!m_good)
         return;
+    // The last frames are still being read back.
+    if (!m_readback.Drain([this](std::vector<uint8_t>& pixels) { return Queue(pixels); })) {
+        Fail();
+        return;
+    }
     StopEncoding();
     m_good = false;
     if (m_encoderFailed) {

@@ -2,6 +2,7 @@
 
 #include "app/host/framerecorder.h"
 #include "platform/ffmpegmovieencoder.h"
+#include "services/framereadback.h"
 
 #include <atomic>
 #include <condition_variable>
@@ -52,11 +53,16 @@ private:
     // Pictures read back and not yet encoded, at most this many.
     static constexpr size_t QueueDepth = 3;
 
+    // Hands a read-back picture to the encoder thread; false once it failed.
+    bool Queue(std::vector<uint8_t>& pixels);
+    // Ends the recording after a failure and leaves no file.
+    void Fail();
     void EncodeFrames();
     // Waits for the encoder thread to take every picture and end.
     void StopEncoding();
 
     CRender* m_render;
+    CFrameReadback m_readback;
     SOptions m_options;
     CFfmpegMovieEncoder m_encoder;
     std::mutex m_mutex;

@@ -2,14 +2,10 @@
 
 #include "app/log.h"
 #include "render/bitmapfile.h"
-#include "render/render.h"
 
-bool SaveWindowPicture(CRender& render, const std::string& path, std::vector<uint8_t>& pixels)
+bool SaveBgrPicture(const std::string& path, std::span<const uint8_t> pixels, int width, int height)
 {
-    const int width = render.m_currentRect.Width();
-    const int height = render.m_currentRect.Height();
-    pixels.resize(size_t(width) * size_t(height) * 3);
-    if (!render.ReadPixels(pixels.data()))
+    if (width <= 0 || height <= 0 || pixels.size() != size_t(width) * size_t(height) * 3)
         return Error("Unable to read back the picture \"%s\"", path.c_str());
     CBitmapFile picture;
     if (!picture.SetBgrBottomUp(pixels.data(), width, height) || !picture.Save(path.c_str()))

@@ -1,12 +1,10 @@
 #pragma once
 
 #include <cstdint>
+#include <span>
 #include <string>
-#include <vector>
 
-class CRender;
-
-// Reads back what the render's current window shows and writes it as a
-// picture file, its type by the file's extension. `pixels` is storage that
-// callers reuse from picture to picture. False, with a log line, on failure.
-bool SaveWindowPicture(CRender& render, const std::string& path, std::vector<uint8_t>& pixels);
+// Writes read-back pixels (BGR, bottom row first) as a picture file, its
+// type by the file's extension. False, with a log line, on failure. Safe to
+// call from several threads for different pictures.
+bool SaveBgrPicture(const std::string& path, std::span<const uint8_t> pixels, int width, int height);
