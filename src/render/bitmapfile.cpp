@@ -106,7 +106,24 @@ bool CBitmapFile::Save(const char* path)
         return false;
     if (!FreeImage_FIFSupportsWriting(format) || !FreeImage_FIFSupportsExportBPP(format, FreeImage_GetBPP(m_bitmap)))
         return Error("Format doesn't support writing");
-    return FreeImage_Save(format, m_bitmap, path, 0) != FALSE;
+    // Encoded in memory and written with checked calls: FreeImage's own file
+    // writer does not notice a full disk and would leave a cut picture.
+    FIMEMORY* memory = FreeImage_OpenMemory();
+    BYTE* bytes = nullptr;
+    DWORD size = 0;
+    bool saved = memory && FreeImage_SaveToMemory(format, m_bitmap, memory, 0) &&
+                 FreeImage_AcquireMemory(memory, &bytes, &size);
+    if (saved) {
+        FILE* file = fopen(path, "wb");
+        saved = file && fwrite(bytes, 1, size, file) == size;
+        if (file && fclose(file) != 0)
+            saved = false;
+        if (!saved)
+            std::remove(path);
+    }
+    if (memory)
+        FreeImage_CloseMemory(memory);
+    return saved;
 }
 
 bool CBitmapFile::Paste(const CBitmapFile& source, int x, int y)

@@ -230,6 +230,14 @@ TEST(LumoraRun, HeadlessRunWritesEveryFrameAndSaysWhatItDid)
     EXPECT_EQ(std::count(summary.begin(), summary.end(), '\n'), 1) << "one summary line";
     EXPECT_EQ(ReadFile(home.File("stderr.txt")), "") << "no progress line when stderr is not a terminal";
 
+    // Pictures larger than the disk allows end the run with 5 and say so.
+    WriteRectScene(home.File("gradient.lms"), "float4(pi.tex.x, pi.tex.y, 0.5, 1)");
+    EXPECT_EQ(RunLumora(home, "--headless -f '" + home.File("gradient.lms") + "' --size 320x180 --seconds 1 --out '" +
+                                  home.File("full") + "'", nullptr, "", "TERM", "ulimit -f 1 &&"),
+              5);
+    EXPECT_NE(ReadFile(home.File("stderr.txt")).find("pictures could be written"), std::string::npos)
+        << ReadFile(home.File("stderr.txt"));
+
     // The same scene plays in a window.
     CTempDir windowed;
     EXPECT_EQ(RunLumora(windowed, "--window --frames 3 -f '" + home.File("orange.lms") + "'"), 0);
