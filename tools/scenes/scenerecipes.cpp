@@ -201,23 +201,31 @@ float4 PS_Program(PSInput pi) : COLOR
 	float2 p = ScreenPoint(pi.tex);
 	float3 eye = float3(0.0, 0.0, -2.5);
 	float3 dir = normalize(float3(p, 1.6));
-	float travelled = 0.0;
+	// Marching starts where the ray enters a sphere around the largest dent;
+	// rays that miss it are background at once.
+	float bound = 0.86 + abs(in1.y) * 0.15;
+	float b = dot(eye, dir);
+	float gap = b * b - dot(eye, eye) + bound * bound;
+	float travelled = gap > 0.0 ? max(-b - sqrt(gap), 0.0) : 7.0;
 	float hit = 0.0;
 	for (int i = 0; i < 48; i++) {
+		if (travelled > 6.0) break;
 		float d = Shape(eye + dir * travelled);
 		if (d < 0.002) { hit = 1.0; break; }
 		travelled += d * 0.8;
-		if (travelled > 6.0) break;
 	}
+	float3 back = float3(0.02, 0.02, 0.05) + 0.08 * in1.x;
+	if (hit < 0.5)
+		return float4(back, 1.0);
 	float3 at = eye + dir * travelled;
+	// Four samples on a tetrahedron give the normal, two fewer than six.
 	float e = 0.01;
-	float3 n = normalize(float3(Shape(at + float3(e, 0, 0)) - Shape(at - float3(e, 0, 0)),
-	                            Shape(at + float3(0, e, 0)) - Shape(at - float3(0, e, 0)),
-	                            Shape(at + float3(0, 0, e)) - Shape(at - float3(0, 0, e))));
+	float2 k = float2(1.0, -1.0);
+	float3 n = normalize(k.xyy * Shape(at + k.xyy * e) + k.yyx * Shape(at + k.yyx * e) +
+	                     k.yxy * Shape(at + k.yxy * e) + k.xxx * Shape(at + k.xxx * e));
 	float light = saturate(dot(n, normalize(float3(0.5, 0.7, -0.6))));
 	float3 c = Palette(light * 0.5 + time * 0.03, float3(0.6, 0.4, 0.2)) * (0.25 + light * (0.7 + in1.x));
-	float3 back = float3(0.02, 0.02, 0.05) + 0.08 * in1.x;
-	return float4(lerp(back, c, hit), 1.0);
+	return float4(c, 1.0);
 }
 )"));
 
@@ -238,6 +246,21 @@ float4 PS_Program(PSInput pi) : COLOR
 
     recipes.push_back(Scene("scenes/Cells.lmc", "Living cells that pulse with the beat and drift with the mid.",
                             "voronoi,cells,organic", R"(
+// Two hash values and a sine-like swing without trigonometry: nine cells a
+// pixel make trigonometry the cost where there is no graphics chip.
+float2 Hash2(float2 c)
+{
+	float3 q = frac(float3(c.x, c.y, c.x) * float3(0.1031, 0.1030, 0.0973));
+	q += dot(q, q.yzx + 33.33);
+	return frac((q.xx + q.yz) * q.zy);
+}
+
+float2 Swing(float2 t)
+{
+	float2 x = abs(frac(t) * 2.0 - 1.0);
+	return x * x * (3.0 - 2.0 * x) * 2.0 - 1.0;
+}
+
 float4 PS_Program(PSInput pi) : COLOR
 {
 	float2 p = ScreenPoint(pi.tex) * 3.0;
@@ -245,12 +268,14 @@ float4 PS_Program(PSInput pi) : COLOR
 	float nearest = 8.0;
 	float second = 8.0;
 	float id = 0.0;
+	float phase = in3.x * 0.15915494;
 	for (int y = -1; y <= 1; y++) {
 		for (int x = -1; x <= 1; x++) {
 			float2 c = cell + float2(x, y);
-			float2 centre = c + 0.5 + 0.4 * sin(in3.x + 6.2831853 * float2(Hash(c), Hash(c + 1.7)));
+			float2 h = Hash2(c);
+			float2 centre = c + 0.5 + 0.4 * Swing(phase + h);
 			float d = length(p - centre);
-			if (d < nearest) { second = nearest; nearest = d; id = Hash(c); }
+			if (d < nearest) { second = nearest; nearest = d; id = h.x; }
 			else if (d < second) { second = d; }
 		}
 	}
