@@ -50,17 +50,9 @@ constexpr const char* kPermutationSamplers =
 constexpr const char* kVertexInput =
     "struct VSInput{float3 pos:ATTR0;float4 col:ATTR3;float2 tex:ATTR8;float4 normal:ATTR2;float4 "
     "tangent:ATTR14;float4 binormal:ATTR15;int vertexid : VERTEXID;int instanceid : INSTANCEID;};";
-constexpr const char* kDefaultTechnique = "\ntechnique Tech1{pass Pass1{VertexShader = compile glslv "
-                                          "VS_Program();PixelShader = compile glslf PS_Program();}};";
-
-struct SDeclaration
-{
-    const char* name;
-    const char* line;
-};
 
 // In the order the header declares them.
-constexpr SDeclaration kDeclarations[] = {
+constexpr SEffectDeclaration kDeclarations[] = {
     {"gWIT", "float4x4 gWIT:WORLDINVERSETRANSPOSE;\n"},
     {"gWVP", "float4x4 gWVP:WORLDVIEWPROJECTION;\n"},
     {"gVI", "float4x4 gVI:VIEWINVERSE;\n"},
@@ -95,8 +87,7 @@ constexpr SDeclaration kDeclarations[] = {
 // Handles fetched after each compile, in the order of the node's EParam.
 constexpr const char* kParamNames[] = {
     "znear",    "zfar",     "time",     "framenr", "in1",  "in2",  "in3",  "color",      "color1",
-    "color2",   "tex1size", "tex2size", "tex3size", "tex1", "tex2", "tex3", "targetsize", "gFastPerlinNoiseSampler",
-    "gPermutation1dSampler", "gPermutation2dSampler",
+    "color2",   "tex1size", "tex2size", "tex3size", "tex1", "tex2", "tex3", "targetsize",
 };
 
 constexpr const char* kTextureNames[] = {"tex1", "tex2", "tex3"};
@@ -138,10 +129,17 @@ CNodeDeclaration DeclareNode<CShaderNode>()
     };
 }
 
+const SEffectDialect& CShaderNode::Dialect()
+{
+    static_assert(std::size(kParamNames) == P_Count);
+    static const SEffectDialect dialect{kFastNoiseSampler, kPermutationSamplers, kVertexInput, kDeclarations,
+                                        kTextureNames, kParamNames};
+    return dialect;
+}
+
 CShaderNode::~CShaderNode()
 {
-    m_technique.reset();
-    m_fx.reset();
+    m_compiled.Reset();
 }
 
 bool CShaderNode::Init()
@@ -194,15 +192,7 @@ void CShaderNode::Update(float time, CSceneContext* context)
         }
     }
 
-    bool recompose = m_shader->m_changed;
-    for (size_t i = 0; i < NumTextures; ++i) {
-        const CPortTexture* port = m_texturePorts[i];
-        if (port->m_connections.empty())
-            continue;
-        const int dimension = port->m_value ? port->m_value->m_dimension : 0;
-        recompose |= port->m_changed || dimension != m_samplerDimensions[i];
-    }
-    if (recompose)
+    if (m_shader->m_changed || m_compiled.TexturesChanged(m_texturePorts))
         m_deviceDirty = 0xFFFFFFFFu;
 
     m_setMask = m_clearMask = 0;
@@ -210,75 +200,35 @@ void CShaderNode::Update(float time, CSceneContext* context)
     (m_depthWrite->m_value ? m_setMask : m_clearMask) |= RS_DepthWrite;
 }
 
-std::string CShaderNode::Compose(const std::string& fragment)
-{
-    std::string header;
-    if (UsesFastNoise(fragment))
-        header += kFastNoiseSampler;
-    header += kPermutationSamplers;
-    for (const SDeclaration& declaration : kDeclarations)
-        AddIfUsed(fragment, header, declaration.line, declaration.name);
-    for (size_t i = 0; i < NumTextures; ++i)
-        m_samplerDimensions[i] = AddSampler(fragment, header, *m_texturePorts[i], kTextureNames[i]);
-    header += kVertexInput;
-
-    std::string text = header + fragment;
-    if (text.find("technique") == std::string::npos)
-        text += kDefaultTechnique;
-    return text;
-}
-
 bool CShaderNode::RestoreDevice(CRender* render)
 {
-    m_technique.reset();
-    m_fx.reset();
-    m_params.fill(CFxParam{});
-    m_composedText.clear();
-    const std::string& fragment = m_shader->m_value;
-    if (fragment.empty())
-        return true;
-    CFxManager* manager = render->GetRenderData() ? render->GetRenderData()->GetFxManager() : nullptr;
-    if (!manager)
+    if (!m_compiled.Build(render, m_shader->m_value, m_texturePorts))
         return false;
-    m_composedText = Compose(fragment);
-    // The effect layer logs a failed compile with the compiler's listing.
-    m_fx.reset(manager->ParseEffect(m_composedText));
-    if (!m_fx)
-        return false;
-    m_technique.reset(m_fx->GetBestTechnique());
-    if (!m_technique) {
-        m_fx.reset();
-        return false;
-    }
-    for (size_t i = 0; i < P_Count; ++i)
-        m_params[i] = m_fx->GetParam(kParamNames[i]);
     return true;
 }
 
 void CShaderNode::InvalidateDevice(CRender*)
 {
     m_heldTextures.fill(nullptr);
-    m_technique.reset();
-    m_fx.reset();
-    m_params.fill(CFxParam{});
+    m_compiled.Reset();
 }
 
 CFxPass* CShaderNode::Begin()
 {
-    if (!m_technique || !m_render)
+    if (!m_compiled.Technique() || !m_render)
         return nullptr;
     const SRect& rect = m_render->m_currentRect;
     const float width = float(rect.Width()), height = float(rect.Height());
     auto sizeOf = [](float w, float h) {
         return std::array<float, 4>{w, h, w > 0 ? 1.0f / w : 0.0f, h > 0 ? 1.0f / h : 0.0f};
     };
-    if (CFxParam& target = m_params[P_TargetSize])
+    if (CFxParam& target = m_compiled.Param(P_TargetSize))
         target.SetVector4(sizeOf(width, height).data());
 
     // Before any state is touched: a source may render to make its texture.
     for (size_t i = 0; i < NumTextures; ++i) {
         CPDTexture* source = m_texturePorts[i]->m_value;
-        if (!m_texturePorts[i]->m_connections.empty() && m_params[P_Tex1 + i] && source)
+        if (!m_texturePorts[i]->m_connections.empty() && m_compiled.Param(P_Tex1 + i) && source)
             m_heldTextures[i] = source->GetTexture(m_render);
     }
 
@@ -290,38 +240,32 @@ CFxPass* CShaderNode::Begin()
         states->m_states.m_dstBlend = m_dstBlend->m_value;
     }
     for (size_t i = 0; i < 3; ++i)
-        if (CFxParam& in = m_params[P_In1 + i])
+        if (CFxParam& in = m_compiled.Param(P_In1 + i))
             in.SetVector3(m_in[i]);
     for (size_t i = 0; i < 2; ++i)
-        if (CFxParam& color = m_params[P_Color1 + i])
+        if (CFxParam& color = m_compiled.Param(P_Color1 + i))
             color.SetVector4(m_colors[i]);
-    if (CFxParam& time = m_params[P_Time])
+    if (CFxParam& time = m_compiled.Param(P_Time))
         time.SetFloat(m_time);
     if (const CCamera* camera = m_render->GetCamera()) {
-        if (CFxParam& znear = m_params[P_ZNear])
+        if (CFxParam& znear = m_compiled.Param(P_ZNear))
             znear.SetFloat(camera->m_near);
-        if (CFxParam& zfar = m_params[P_ZFar])
+        if (CFxParam& zfar = m_compiled.Param(P_ZFar))
             zfar.SetFloat(camera->m_far);
     }
-    if (CFxParam& frame = m_params[P_FrameNr])
+    if (CFxParam& frame = m_compiled.Param(P_FrameNr))
         frame.SetFloat(m_frame);
     for (size_t i = 0; i < NumTextures; ++i) {
         const CTexture* texture = m_heldTextures[i].get();
-        if (texture && m_params[P_Tex1Size + i])
-            m_params[P_Tex1Size + i].SetVector4(sizeOf(float(texture->m_width), float(texture->m_height)).data());
+        if (texture && m_compiled.Param(P_Tex1Size + i))
+            m_compiled.Param(P_Tex1Size + i).SetVector4(sizeOf(float(texture->m_width), float(texture->m_height)).data());
     }
     for (size_t i = 0; i < NumTextures; ++i)
-        if (m_params[P_Tex1 + i])
-            m_fx->SetTexture(m_params[P_Tex1 + i], m_heldTextures[i]);
-    if (CNoiseTextures* noise = m_render->GetRenderData() ? m_render->GetRenderData()->GetNoiseTextures() : nullptr) {
-        if (m_params[P_FastPerlinNoise])
-            m_fx->SetTexture(m_params[P_FastPerlinNoise], noise->GetPerlin3D());
-        if (m_params[P_Permutation1D])
-            m_fx->SetTexture(m_params[P_Permutation1D], noise->GetPermutation1D());
-        if (m_params[P_Permutation2D])
-            m_fx->SetTexture(m_params[P_Permutation2D], noise->GetPermutation2D());
-    }
-    return m_technique->FirstPass();
+        if (m_compiled.Param(P_Tex1 + i))
+            m_compiled.Fx()->SetTexture(m_compiled.Param(P_Tex1 + i), m_heldTextures[i]);
+    if (m_render->GetRenderData())
+        m_compiled.BindNoiseTextures(m_render->GetRenderData()->GetNoiseTextures());
+    return m_compiled.Technique()->FirstPass();
 }
 
 void CShaderNode::BeginPass(CFxPass* pass)
@@ -332,7 +276,7 @@ void CShaderNode::BeginPass(CFxPass* pass)
 
 CFxPass* CShaderNode::NextPass(CFxPass*)
 {
-    return m_technique ? m_technique->NextPass() : nullptr;
+    return m_compiled.Technique() ? m_compiled.Technique()->NextPass() : nullptr;
 }
 
 void CShaderNode::EndPass(CFxPass* pass)
@@ -345,8 +289,8 @@ void CShaderNode::End()
 {
     // A held texture would keep its source's target out of the pool.
     for (size_t i = 0; i < NumTextures; ++i) {
-        if (m_fx && m_params[P_Tex1 + i] && m_heldTextures[i])
-            m_fx->SetTexture(m_params[P_Tex1 + i], nullptr);
+        if (m_compiled.Fx() && m_compiled.Param(P_Tex1 + i) && m_heldTextures[i])
+            m_compiled.Fx()->SetTexture(m_compiled.Param(P_Tex1 + i), nullptr);
         m_heldTextures[i].reset();
     }
 }
@@ -358,15 +302,15 @@ void CShaderNode::SetColor(const float* rgba)
 
 void CShaderNode::SetWorld(int, const float* matrix)
 {
-    if (m_fx)
-        std::copy_n(matrix, 16, m_fx->m_world.begin());
+    if (m_compiled.Fx())
+        std::copy_n(matrix, 16, m_compiled.Fx()->m_world.begin());
 }
 
 void CShaderNode::CommitChanges(CRender* render)
 {
-    if (!m_fx)
+    if (!m_compiled.Fx())
         return;
-    if (CFxParam& color = m_params[P_Color])
+    if (CFxParam& color = m_compiled.Param(P_Color))
         color.SetVector4(m_color);
-    m_fx->UpdateParameters(render);
+    m_compiled.Fx()->UpdateParameters(render);
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "expression/expressioncontext.h"
+#include "nodes/support/composedeffect.h"
 #include "render/fx.h"
 #include "scene/node.h"
 #include "scene/pdeffect.h"
@@ -41,16 +42,15 @@ public:
     void SetWorld(int index, const float* matrix) override;
     void CommitChanges(CRender* render) override;
 
-    bool HasTechnique() const { return m_technique != nullptr; }
+    bool HasTechnique() const { return m_compiled.Technique() != nullptr; }
     // The whole text handed to the compiler at the last RestoreDevice.
-    const std::string& GetComposedText() const { return m_composedText; }
+    const std::string& GetComposedText() const { return m_compiled.ComposedText(); }
 
     static constexpr int NumTextures = 3;
 
 private:
     friend CNodeDeclaration DeclareNode<CShaderNode>();
 
-    std::string Compose(const std::string& fragment);
 
     CPortBool* m_depthTest = nullptr;
     CPortBool* m_depthWrite = nullptr;
@@ -67,14 +67,13 @@ private:
 
     float m_frame = 0.0f;
     float m_time = 0.0f;
-    std::unique_ptr<CFx> m_fx;
-    std::unique_ptr<CFxTechnique> m_technique;
-    std::string m_composedText;
+    // The text written around the fragment, the same for every node of the type.
+    static const SEffectDialect& Dialect();
+    CComposedEffect m_compiled{Dialect()};
     std::array<std::shared_ptr<CTexture>, NumTextures> m_heldTextures;
     uint32_t m_setMask = 0;
     uint32_t m_clearMask = 0;
     float m_color[4] = {1, 1, 1, 1};
-    std::array<int32_t, NumTextures> m_samplerDimensions{};
 
     CExpressionContext m_expressionContext;
     // The expression's variables, bound by address in this order.
@@ -94,7 +93,6 @@ private:
     {
         P_ZNear, P_ZFar, P_Time, P_FrameNr, P_In1, P_In2, P_In3, P_Color, P_Color1, P_Color2,
         P_Tex1Size, P_Tex2Size, P_Tex3Size, P_Tex1, P_Tex2, P_Tex3, P_TargetSize,
-        P_FastPerlinNoise, P_Permutation1D, P_Permutation2D, P_Count
+        P_Count
     };
-    std::array<CFxParam, P_Count> m_params{};
 };

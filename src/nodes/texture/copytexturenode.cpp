@@ -41,17 +41,9 @@ constexpr const char* kPermutationSamplers =
     "#include \"shader.cgh\"\n";
 constexpr const char* kVertexInput = "struct VSInput{float3 pos:ATTR0;float4 col:ATTR3;float2 tex:ATTR8;float4 "
                                      "normal:ATTR2;float4 tangent:ATTR14;float4 binormal:ATTR15;};";
-constexpr const char* kDefaultTechnique = "\ntechnique Tech1{pass Pass1{VertexShader = compile glslv "
-                                          "VS_Program();PixelShader = compile glslf PS_Program();}};";
-
-struct SDeclaration
-{
-    const char* name;
-    const char* line;
-};
 
 // The sizes are float2 here, not float4 as in the Shader node.
-constexpr SDeclaration kDeclarations[] = {
+constexpr SEffectDeclaration kDeclarations[] = {
     {"gWVP", "float4x4 gWVP:WORLDVIEWPROJECTION;\n"},
     {"time", "float time;\n"},
     {"in1", "float3 in1;\n"},
@@ -78,9 +70,6 @@ constexpr const char* kParamNames[] = {
     "tex1",
     "tex2",
     "tex3",
-    "gFastPerlinNoiseSampler",
-    "gPermutation1dSampler",
-    "gPermutation2dSampler",
 };
 
 constexpr const char* kTextureNames[] = {"tex1", "tex2", "tex3"};
@@ -123,11 +112,18 @@ CNodeDeclaration DeclareNode<CCopyTextureNode>()
     };
 }
 
+const SEffectDialect& CCopyTextureNode::Dialect()
+{
+    static_assert(std::size(kParamNames) == P_Count);
+    static const SEffectDialect dialect{kFastNoiseSampler, kPermutationSamplers, kVertexInput, kDeclarations,
+                                        kTextureNames, kParamNames};
+    return dialect;
+}
+
 CCopyTextureNode::~CCopyTextureNode()
 {
     m_target.reset();
-    m_technique.reset();
-    m_fx.reset();
+    m_compiled.Reset();
     ReleaseQuad();
 }
 
@@ -143,63 +139,15 @@ void CCopyTextureNode::Update(float time, CSceneContext* context)
 
     // The first texture counts too: its flags choose the sampler's filter,
     // and a mip map filter on a source without mip maps samples black.
-    bool recompose = m_shader->m_changed;
-    for (size_t i = 0; i < NumTextures; ++i) {
-        const CPortTexture* port = m_texturePorts[i];
-        if (port->m_connections.empty())
-            continue;
-        const int dimension = port->m_value ? port->m_value->m_dimension : 0;
-        recompose |= port->m_changed || dimension != m_samplerDimensions[i];
-    }
-    if (recompose)
+    if (m_shader->m_changed || m_compiled.TexturesChanged(m_texturePorts))
         m_deviceDirty = 0xFFFFFFFFu;
-}
-
-std::string CCopyTextureNode::Compose(const std::string& fragment)
-{
-    std::string header;
-    if (UsesFastNoise(fragment))
-        header += kFastNoiseSampler;
-    header += kPermutationSamplers;
-    for (const SDeclaration& declaration : kDeclarations)
-        AddIfUsed(fragment, header, declaration.line, declaration.name);
-    for (size_t i = 0; i < NumTextures; ++i)
-        m_samplerDimensions[i] = AddSampler(fragment, header, *m_texturePorts[i], kTextureNames[i]);
-    header += kVertexInput;
-
-    std::string text = header + fragment;
-    if (text.find("technique") == std::string::npos)
-        text += kDefaultTechnique;
-    return text;
 }
 
 bool CCopyTextureNode::RestoreDevice(CRender* render)
 {
-    m_technique.reset();
-    m_fx.reset();
-    m_params.fill(CFxParam{});
-    m_composedText.clear();
-    const std::string& fragment = m_shader->m_value;
-    // Without a text there is nothing to copy with, and nothing to report.
-    if (fragment.empty())
-        return true;
-    CFxManager* manager = render->GetRenderData() ? render->GetRenderData()->GetFxManager() : nullptr;
-    if (!manager)
+    if (!m_compiled.Build(render, m_shader->m_value, m_texturePorts))
         return false;
-    m_composedText = Compose(fragment);
-    // The effect layer logs a failed compile with the compiler's listing.
-    m_fx.reset(manager->ParseEffect(m_composedText));
-    if (!m_fx)
-        return false;
-    m_technique.reset(m_fx->GetBestTechnique());
-    if (!m_technique) {
-        m_fx.reset();
-        return false;
-    }
-    static_assert(std::size(kParamNames) == P_Count);
-    for (size_t i = 0; i < P_Count; ++i)
-        m_params[i] = m_fx->GetParam(kParamNames[i]);
-    return MakeQuad(render);
+    return !m_compiled.Technique() || MakeQuad(render);
 }
 
 bool CCopyTextureNode::MakeQuad(CRender* render)
@@ -230,9 +178,7 @@ void CCopyTextureNode::InvalidateDevice(CRender*)
 {
     m_target.reset();
     dObjs[0].m_texture.reset();
-    m_technique.reset();
-    m_fx.reset();
-    m_params.fill(CFxParam{});
+    m_compiled.Reset();
     ReleaseQuad();
 }
 
@@ -246,7 +192,7 @@ std::shared_ptr<CTexture> CCopyTextureNode::GetTexture(CRender* render)
 {
     const CPortTexture* texture = m_texturePorts[0];
     if (!render || !m_quads[size_t(render->GetDeviceIndex())].m_VertexBuffer || texture->m_connections.empty() ||
-        !m_technique || !texture->m_value)
+        !m_compiled.Technique() || !texture->m_value)
         return nullptr;
     std::shared_ptr<CTexture> source = texture->m_value->GetTexture(render);
     if (!source)
@@ -265,7 +211,7 @@ void CCopyTextureNode::Draw(CRender* render, const std::shared_ptr<CTexture>& so
     std::array<std::shared_ptr<CTexture>, NumTextures> textures{source};
     for (size_t i = 1; i < NumTextures; ++i) {
         CPDTexture* other = m_texturePorts[i]->m_value;
-        if (!m_texturePorts[i]->m_connections.empty() && m_params[P_Tex1 + i] && other)
+        if (!m_texturePorts[i]->m_connections.empty() && m_compiled.Param(P_Tex1 + i) && other)
             textures[i] = other->GetTexture(render);
     }
 
@@ -295,37 +241,30 @@ void CCopyTextureNode::Draw(CRender* render, const std::shared_ptr<CTexture>& so
     }
 
     for (size_t i = 0; i < 3; ++i)
-        if (CFxParam& in = m_params[P_In1 + i])
+        if (CFxParam& in = m_compiled.Param(P_In1 + i))
             in.SetVector3(m_in[i]);
     for (size_t i = 0; i < 2; ++i)
-        if (CFxParam& color = m_params[P_Color1 + i])
+        if (CFxParam& color = m_compiled.Param(P_Color1 + i))
             color.SetVector4(m_colors[i]);
-    if (CFxParam& time = m_params[P_Time])
+    if (CFxParam& time = m_compiled.Param(P_Time))
         time.SetFloat(m_time);
     for (size_t i = 0; i < NumTextures; ++i) {
         if (!textures[i])
             continue;
         const float texSize[2] = {float(textures[i]->m_width), float(textures[i]->m_height)};
-        if (CFxParam& param = m_params[P_Tex1Size + i])
+        if (CFxParam& param = m_compiled.Param(P_Tex1Size + i))
             param.SetVector2(texSize);
     }
     for (size_t i = 0; i < NumTextures; ++i)
-        if (m_params[P_Tex1 + i])
-            m_fx->SetTexture(m_params[P_Tex1 + i], textures[i]);
-    if (CNoiseTextures* noise = render->GetRenderData()->GetNoiseTextures()) {
-        if (m_params[P_FastPerlinNoise])
-            m_fx->SetTexture(m_params[P_FastPerlinNoise], noise->GetPerlin3D());
-        if (m_params[P_Permutation1D])
-            m_fx->SetTexture(m_params[P_Permutation1D], noise->GetPermutation1D());
-        if (m_params[P_Permutation2D])
-            m_fx->SetTexture(m_params[P_Permutation2D], noise->GetPermutation2D());
-    }
+        if (m_compiled.Param(P_Tex1 + i))
+            m_compiled.Fx()->SetTexture(m_compiled.Param(P_Tex1 + i), textures[i]);
+    m_compiled.BindNoiseTextures(render->GetRenderData()->GetNoiseTextures());
 
-    m_fx->m_world = identity;
-    if (CFxPass* pass = m_technique->FirstPass()) {
+    m_compiled.Fx()->m_world = identity;
+    if (CFxPass* pass = m_compiled.Technique()->FirstPass()) {
         pass->SetState();
         render->SetCamera(camera);
-        m_fx->UpdateParameters(render);
+        m_compiled.Fx()->UpdateParameters(render);
         render->SetVertexBuffer(m_quads[size_t(render->GetDeviceIndex())].m_VertexBuffer.get());
         render->DrawPrimitive(PT_Triangles, 0, 2);
         pass->ResetState();
@@ -334,8 +273,8 @@ void CCopyTextureNode::Draw(CRender* render, const std::shared_ptr<CTexture>& so
 
     // The effect lets go of the sources, so that their surfaces can go back.
     for (size_t i = 0; i < NumTextures; ++i)
-        if (m_params[P_Tex1 + i])
-            m_fx->SetTexture(m_params[P_Tex1 + i], nullptr);
+        if (m_compiled.Param(P_Tex1 + i))
+            m_compiled.Fx()->SetTexture(m_compiled.Param(P_Tex1 + i), nullptr);
     if (m_createMipMaps->m_value)
         if (CTexture* texture = dObjs[0].m_texture.get())
             texture->GenerateMipMaps();

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "nodes/support/composedeffect.h"
 #include "render/fx.h"
 #include "scene/node.h"
 #include "scene/pdeffect.h"
@@ -42,16 +43,15 @@ public:
     void SetWorld(int, const float*) override {}
     void CommitChanges(CRender*) override {}
 
-    bool HasTechnique() const { return m_technique != nullptr; }
+    bool HasTechnique() const { return m_compiled.Technique() != nullptr; }
     // The whole text handed to the compiler at the last RestoreDevice.
-    const std::string& GetComposedText() const { return m_composedText; }
+    const std::string& GetComposedText() const { return m_compiled.ComposedText(); }
 
     static constexpr int NumTextures = 3;
 
 private:
     friend CNodeDeclaration DeclareNode<CCopyTextureNode>();
 
-    std::string Compose(const std::string& fragment);
     bool MakeQuad(CRender* render);
     void Draw(CRender* render, const std::shared_ptr<CTexture>& source);
     void ReleaseQuad();
@@ -68,11 +68,9 @@ private:
     float m_in[3][3] = {};
     float m_colors[2][4] = {};
 
-    std::unique_ptr<CFx> m_fx;
-    std::unique_ptr<CFxTechnique> m_technique;
-    std::string m_composedText;
-    // Dimension of each Texture port's record when the text was composed.
-    std::array<int, NumTextures> m_samplerDimensions{};
+    // The text written around the fragment, the same for every node of the type.
+    static const SEffectDialect& Dialect();
+    CComposedEffect m_compiled{Dialect()};
     std::shared_ptr<CRenderTarget> m_target;
 
     enum EParam
@@ -89,12 +87,8 @@ private:
         P_Tex1,
         P_Tex2,
         P_Tex3,
-        P_FastPerlinNoise,
-        P_Permutation1D,
-        P_Permutation2D,
         P_Count
     };
-    std::array<CFxParam, P_Count> m_params{};
 
     struct SDeviceQuad
     {
