@@ -1,4 +1,5 @@
 #include "app/cfg.h"
+#include "support/diskfull.h"
 #include "support/logcapture.h"
 #include "support/tempdir.h"
 
@@ -201,15 +202,10 @@ TEST(Cfg, FailedSaveLeavesThePreviousFileByteIdentical)
     const std::string old = "<?xml version=\"1.0\"?>\n<Lumora><Config/></Lumora>\n";
     WriteFile(path, old);
     CLogCapture log;
-    // A cap on the size of files written stands in for a full disk; it binds root too.
-    rlimit saved{};
-    getrlimit(RLIMIT_FSIZE, &saved);
-    const rlimit diskFull{64, saved.rlim_max};
-    const auto handler = std::signal(SIGXFSZ, SIG_IGN);
-    setrlimit(RLIMIT_FSIZE, &diskFull);
-    const bool written = Customised().Save(path);
-    setrlimit(RLIMIT_FSIZE, &saved);
-    std::signal(SIGXFSZ, handler);
+    const bool written = [&] {
+        CDiskFull full(64);
+        return Customised().Save(path);
+    }();
     EXPECT_FALSE(written);
     EXPECT_EQ(ReadFile(path), old);
     EXPECT_EQ(std::ranges::distance(std::filesystem::directory_iterator(dir.Path())), 1);

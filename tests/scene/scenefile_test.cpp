@@ -1,6 +1,7 @@
 #include "scene/node.h"
 #include "scene/scene.h"
 #include "scenenodes.h"
+#include "support/diskfull.h"
 #include "support/logcapture.h"
 #include "support/tempdir.h"
 
@@ -336,17 +337,11 @@ TEST_F(SceneFile, ASaveReplacesTheOldFileWholeOrNotAtAll)
     for (int i = 0; i < 2000; ++i)
         scene.m_desc += std::to_string(i * 7919 % 10007);
 
-    // The file size limit stands in for a full disk.
-    signal(SIGXFSZ, SIG_IGN);
-    rlimit saved{};
-    getrlimit(RLIMIT_FSIZE, &saved);
-    rlimit small = saved;
-    small.rlim_cur = 1024;
-    setrlimit(RLIMIT_FSIZE, &small);
     CLogCapture log;
-    const bool written = scene.Save(File("keep.lmc"), false);
-    setrlimit(RLIMIT_FSIZE, &saved);
-    signal(SIGXFSZ, SIG_DFL);
+    const bool written = [&] {
+        CDiskFull full(1024);
+        return scene.Save(File("keep.lmc"), false);
+    }();
 
     EXPECT_FALSE(written);
     EXPECT_TRUE(log.Contains("Unable to save scene file \"" + File("keep.lmc") + "\"; the file as it was is kept."));

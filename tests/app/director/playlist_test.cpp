@@ -1,6 +1,7 @@
 #include "app/director/playlist.h"
 #include "app/paths.h"
 #include "app/textnumber.h"
+#include "support/diskfull.h"
 #include "support/logcapture.h"
 #include "support/tempdir.h"
 
@@ -252,15 +253,10 @@ TEST_F(Playlist, FailedSaveLeavesThePreviousFileAsItWas)
     const std::string old = "<?xml version=\"1.0\"?>\n<Lumora/>\n";
     WriteFile(path, old);
     CLogCapture log;
-    // A cap on the size of written files stands in for a full disk; it binds root too.
-    rlimit saved{};
-    getrlimit(RLIMIT_FSIZE, &saved);
-    const rlimit diskFull{64, saved.rlim_max};
-    const auto handler = std::signal(SIGXFSZ, SIG_IGN);
-    setrlimit(RLIMIT_FSIZE, &diskFull);
-    const bool written = playlist.Save(path);
-    setrlimit(RLIMIT_FSIZE, &saved);
-    std::signal(SIGXFSZ, handler);
+    const bool written = [&] {
+        CDiskFull full(64);
+        return playlist.Save(path);
+    }();
     EXPECT_FALSE(written);
     EXPECT_EQ(ReadFile(path), old);
     EXPECT_EQ(std::ranges::distance(std::filesystem::directory_iterator(m_dir.Path())), 2) << "no temporary left";

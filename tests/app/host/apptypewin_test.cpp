@@ -90,6 +90,7 @@ TEST(AppTypeWin, RecordingRunsOnSimulatedTime)
         const char* path;
     };
     for (const SCase& c : {SCase{"", "", 15.0, 75.0, "movie.avi"}, SCase{"song.ogg", "out/clip.mkv", 0.0, 217.0, "out/clip.mkv"}}) {
+        SCOPED_TRACE(c.path);
         CIdleApp app;
         CFakeRecorder recorder(app);
         CAppTypeWin host(&app, MakeRenderOGL);
