@@ -11,6 +11,15 @@ public:
     explicit CRandom(uint32_t seed);
 
     void Seed(uint32_t seed);
+    // Starts from a state of four words, for generators that must not depend
+    // on any seed.
+    void SetState(uint32_t x, uint32_t y, uint32_t z, uint32_t w)
+    {
+        m_x = x;
+        m_y = y;
+        m_z = z;
+        m_w = w;
+    }
 
     // 0 to 1, the 1 included through rounding.
     float NextUnit();

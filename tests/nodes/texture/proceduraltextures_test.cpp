@@ -2,6 +2,7 @@
 
 #include "nodes/nodetypes.h"
 #include "nodes/texture/noisetexturenode.h"
+#include "nodes/texture/turingpatternnode.h"
 #include "ports/port.h"
 #include "render/texture.h"
 #include "scene/node.h"
@@ -11,6 +12,7 @@
 #include "scene/scene.h"
 #include "support/glfixture.h"
 
+#include <algorithm>
 #include <array>
 #include <set>
 
@@ -165,6 +167,34 @@ TEST_F(ProceduralTextures, NoiseTexturesTileAndMoveOnlyAlongTheirOffsetAxis)
         << "a flat texture ignores x of the offset";
     EXPECT_NE(Texels(Make("NoiseTexture", {{"Width", "16"}, {"Height", "16"}, {"NoiseA", "0"}, {"Offset", "0 0.25 0"}})),
               texels);
+}
+
+TEST_F(ProceduralTextures, TuringPatternsStepAtMostThirtyTimesASecondAndStayNormalised)
+{
+    const auto grid = [](CNode* node) { return dynamic_cast<CTuringPatternNode*>(node)->Grid(); };
+    CNode* node = Make("TuringPattern", {{"Width", "16"}, {"Height", "8"}});
+    m_context.m_deltaTime = 0.01f;
+    const auto first = Texels(node);
+    ASSERT_EQ(first.size(), 128u);
+    const std::vector<float> stepped = grid(node);
+    EXPECT_EQ(*std::min_element(stepped.begin(), stepped.end()), 0.0f);
+    EXPECT_EQ(*std::max_element(stepped.begin(), stepped.end()), 1.0f);
+    for (const auto& texel : first)
+        EXPECT_TRUE(texel[0] == texel[1] && texel[1] == texel[2] && texel[3] == 255);
+
+    node->Update(0.0f, &m_context);
+    EXPECT_EQ(grid(node), stepped) << "a hundredth of a second is no step";
+    m_context.m_deltaTime = 5.0f;
+    node->Update(0.0f, &m_context);
+    const std::vector<float> afterLongFrame = grid(node);
+    EXPECT_NE(afterLongFrame, stepped);
+    m_context.m_deltaTime = 0.0f;
+    node->Update(0.0f, &m_context);
+    EXPECT_EQ(grid(node), afterLongFrame) << "a slow frame leaves no debt of steps";
+
+    // Nobody seeds it: every pattern grows the same way.
+    m_context.m_deltaTime = 0.01f;
+    EXPECT_EQ(Texels(Make("TuringPattern", {{"Width", "16"}, {"Height", "8"}})), first);
 }
 
 } // namespace
