@@ -1,5 +1,6 @@
 // Textures filled on the CPU: exact texels, fills only on a change of input.
 
+#include "expression/musicfixture.h"
 #include "nodes/nodetypes.h"
 #include "nodes/texture/noisetexturenode.h"
 #include "nodes/texture/turingpatternnode.h"
@@ -195,6 +196,41 @@ TEST_F(ProceduralTextures, TuringPatternsStepAtMostThirtyTimesASecondAndStayNorm
     // Nobody seeds it: every pattern grows the same way.
     m_context.m_deltaTime = 0.01f;
     EXPECT_EQ(Texels(Make("TuringPattern", {{"Width", "16"}, {"Height", "8"}})), first);
+}
+
+TEST_F(ProceduralTextures, SoundTexturesAddARowForEachNewBlockWithTheNewestAtTheBottom)
+{
+    CMusicFixture music;
+    m_context.m_deltaTime = 0.04f;
+    // The raw spectrum is flat: 0.5 left, 0.25 right.
+    CNode* spectrum = Make("SoundTexture", {{"History", "4"}});
+    auto rows = Texels(spectrum);
+    ASSERT_EQ(rows.size(), 4u * 256u);
+    EXPECT_EQ(rows[3 * 256 + 7], (std::array<int, 4>{95, 127, 63, 0})) << "mono, left, right";
+    EXPECT_EQ(rows[2 * 256 + 7], (std::array<int, 4>{0, 0, 0, 0}));
+
+    rows = Texels(spectrum);
+    EXPECT_EQ(rows[2 * 256 + 7], (std::array<int, 4>{0, 0, 0, 0})) << "no new block, no new row";
+    music.m_analyzer.m_blocks = 2;
+    m_context.m_deltaTime = 0.01f;
+    EXPECT_EQ(Texels(spectrum)[2 * 256 + 7], (std::array<int, 4>{0, 0, 0, 0})) << "at most 30 rows a second";
+    std::fill(std::begin(music.m_analyzer.m_rawSpectrum[0]), std::end(music.m_analyzer.m_rawSpectrum[0]), 1.0f);
+    m_context.m_deltaTime = 0.04f;
+    rows = Texels(spectrum);
+    EXPECT_EQ(rows[2 * 256 + 7], (std::array<int, 4>{95, 127, 63, 0})) << "the older row moved up";
+    EXPECT_EQ(rows[3 * 256 + 7], (std::array<int, 4>{159, 255, 63, 0}));
+
+    // The waveform's middle is grey; at the middle of the row left is 0.5 and right -0.25.
+    const auto wave = Texels(Make("SoundTexture", {{"History", "1"}, {"SoundType", "1"}}));
+    ASSERT_EQ(wave.size(), 256u);
+    EXPECT_NEAR(wave[128][0], 143, 1);
+    EXPECT_NEAR(wave[128][1], 191, 1);
+    EXPECT_NEAR(wave[128][2], 95, 1);
+    EXPECT_EQ(wave[0][1], 127);
+
+    music.SetMusic(false);
+    music.m_analyzer.m_blocks = 3;
+    EXPECT_EQ(Texels(spectrum), rows) << "without music the picture stands still";
 }
 
 } // namespace
