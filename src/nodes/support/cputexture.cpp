@@ -1,5 +1,8 @@
 #include "nodes/support/cputexture.h"
 
+#include "render/rendertypes.h"
+#include "render/texturemanager.h"
+
 #include <string>
 
 uint8_t ToByte(float value)
@@ -40,4 +43,18 @@ std::vector<SChoice> PowerOfTwoSizes(int lowest)
             choices.push_back({size, names[size_t(i)].c_str()});
     }
     return choices;
+}
+
+std::shared_ptr<CTexture> GetShapedTexture(CTextureManager& textures, int width, int height, int depth)
+{
+    if (height < 2)
+        return textures.GetTexture(width, 1, 0, TF_A8R8G8B8, TT_Normal);
+    if (depth < 2)
+        return textures.GetTexture(width, height, 0, TF_A8R8G8B8, TT_Normal);
+    return textures.GetTexture(width, height, depth, TF_A8R8G8B8, TT_Normal);
+}
+
+int ShapeDimension(int height, int depth)
+{
+    return height < 2 ? 1 : depth < 2 ? 2 : 3;
 }

@@ -101,7 +101,7 @@ void CNoiseTextureNode::Update(float time, CSceneContext*)
 {
     PublishTexture(*m_texture, this, m_dimension, m_flags);
     if (UpdateInPorts(time)) {
-        const int dimension = m_height->m_value < 2 ? 1 : m_depth->m_value < 2 ? 2 : 3;
+        const int dimension = ShapeDimension(m_height->m_value, m_depth->m_value);
         SetTextureInfo(dimension, dimension == 3 ? 0 : 8);
         PublishTexture(*m_texture, this, m_dimension, m_flags);
         m_deviceDirty = 0xFFFFFFFFu;
@@ -114,12 +114,7 @@ bool CNoiseTextureNode::RestoreDevice(CRender* render)
     CTextureManager* textures = render->GetRenderData() ? render->GetRenderData()->GetTextureManager() : nullptr;
     std::shared_ptr<CTexture>& texture = dObjs[size_t(render->GetDeviceIndex())].m_texture;
     CHECK(textures);
-    if (height < 2)
-        CHECK_FAILURE(!(texture = textures->GetTexture(width, 1, 0, TF_A8R8G8B8, TT_Normal)));
-    else if (depth < 2)
-        CHECK_FAILURE(!(texture = textures->GetTexture(width, height, 0, TF_A8R8G8B8, TT_Normal)));
-    else
-        CHECK_FAILURE(!(texture = textures->GetTexture(width, height, depth, TF_A8R8G8B8, TT_Normal)));
+    CHECK_FAILURE(!(texture = GetShapedTexture(*textures, width, height, depth)));
     uint8_t* texels = texture->Lock();
     if (!texels)
         return true;

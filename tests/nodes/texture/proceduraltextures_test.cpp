@@ -11,6 +11,7 @@
 #include "scene/scenecontext.h"
 #include "scene/pdtexture.h"
 #include "scene/scene.h"
+#include "support/logcapture.h"
 #include "support/glfixture.h"
 
 #include <algorithm>
@@ -231,6 +232,33 @@ TEST_F(ProceduralTextures, SoundTexturesAddARowForEachNewBlockWithTheNewestAtThe
     music.SetMusic(false);
     music.m_analyzer.m_blocks = 3;
     EXPECT_EQ(Texels(spectrum), rows) << "without music the picture stands still";
+}
+
+TEST_F(ProceduralTextures, ExpressionTexturesEvaluateEveryTexelAndKeepTheirPictureOnABrokenText)
+{
+    CNode* node = Make("ExpressionTexture", {{"Width", "4"}, {"Height", "2"}, {"In1", "0.5"},
+                                             {"Expression", "col.r = x; col.g = y; col.b = in1; col.a = 1;"}});
+    const auto texels = Texels(node);
+    ASSERT_EQ(texels.size(), 8u);
+    EXPECT_EQ(texels[1], (std::array<int, 4>{63, 0, 127, 255}));
+    EXPECT_EQ(texels[4], (std::array<int, 4>{0, 127, 127, 255}));
+    EXPECT_EQ(dynamic_cast<CPDTexture*>(node)->m_dimension, 2);
+
+    CLogCapture log;
+    std::string component;
+    CPort* expression = m_scene->FindInPort(node->m_name + ".Expression", &component);
+    expression->SetValue("col.r = (x;");
+    expression->m_changed = true;
+    EXPECT_EQ(Texels(node), texels) << "a broken text keeps the last picture";
+    EXPECT_FALSE(log.Messages().empty());
+
+    // perm runs on from texel to texel; the default text writes no colour.
+    const auto counted = Texels(Make("ExpressionTexture", {{"Width", "4"}, {"Expression", "perm = perm + 1; col.r = perm / 8;"}}));
+    ASSERT_EQ(counted.size(), 4u);
+    EXPECT_EQ(counted[3][0], 127);
+    EXPECT_EQ(counted[0][0], 31);
+    for (const auto& texel : Texels(Make("ExpressionTexture", {{"Width", "8"}})))
+        EXPECT_EQ(texel, (std::array<int, 4>{0, 0, 0, 0}));
 }
 
 } // namespace
