@@ -2,6 +2,7 @@
 
 #include "expression/musicfixture.h"
 #include "nodes/nodetypes.h"
+#include "nodes/texture/filetexturenode.h"
 #include "nodes/texture/noisetexturenode.h"
 #include "nodes/texture/turingpatternnode.h"
 #include "ports/port.h"
@@ -11,11 +12,14 @@
 #include "scene/scenecontext.h"
 #include "scene/pdtexture.h"
 #include "scene/scene.h"
+#include "render/bitmapfile.h"
+#include "support/tempdir.h"
 #include "support/logcapture.h"
 #include "support/glfixture.h"
 
 #include <algorithm>
 #include <array>
+#include <filesystem>
 #include <set>
 
 namespace {
@@ -259,6 +263,46 @@ TEST_F(ProceduralTextures, ExpressionTexturesEvaluateEveryTexelAndKeepTheirPictu
     EXPECT_EQ(counted[0][0], 31);
     for (const auto& texel : Texels(Make("ExpressionTexture", {{"Width", "8"}})))
         EXPECT_EQ(texel, (std::array<int, 4>{0, 0, 0, 0}));
+}
+
+TEST_F(ProceduralTextures, FileTexturesReadPicturesAndFallBackToATransparentOneWithALogLine)
+{
+    CTempDir dir;
+    // Two rows of blue, green, red bytes, the bottom row first.
+    const uint8_t bgr[] = {255, 0, 0, 0, 255, 0, /* top: */ 0, 0, 255, 255, 255, 255};
+    CBitmapFile picture;
+    ASSERT_TRUE(picture.SetBgrBottomUp(bgr, 2, 2));
+    ASSERT_TRUE(picture.Save(dir.File("tiny.png").c_str()));
+
+    CNode* node = Make("FileTexture", {{"Filename", dir.File("tiny.png").c_str()}});
+    const auto texels = Texels(node);
+    ASSERT_EQ(texels.size(), 4u);
+    EXPECT_EQ(texels[0], (std::array<int, 4>{255, 0, 0, 255})) << "top row first, as r, g, b, a";
+    EXPECT_EQ(texels[1], (std::array<int, 4>{255, 255, 255, 255}));
+    EXPECT_EQ(texels[2], (std::array<int, 4>{0, 0, 255, 255}));
+    EXPECT_EQ(dynamic_cast<CPDTexture*>(node)->m_dimension, 2);
+
+    std::filesystem::create_directory(dir.File("folder"));
+    for (const std::string& name : {dir.File("missing.png"), dir.File("folder")}) {
+        SCOPED_TRACE(name);
+        CLogCapture log;
+        const auto fallback = Texels(Make("FileTexture", {{"Filename", name.c_str()}}));
+        EXPECT_TRUE(log.Contains("Unable to load image \"" + name + "\""));
+        ASSERT_EQ(fallback.size(), size_t(CNTFile::MissingSide * CNTFile::MissingSide));
+        EXPECT_EQ(fallback[33], (std::array<int, 4>{0, 0, 0, 0})) << "transparent";
+    }
+
+    // "sky-" names the six faces of a cube map; a missing face fails the device.
+    for (const char* face : {"posx", "negx", "posy", "negy", "posz", "negz"})
+        ASSERT_TRUE(picture.Save(dir.File(std::string("sky-") + face + ".jpg").c_str()));
+    CNode* cube = Make("FileTexture", {{"Filename", dir.File("sky-").c_str()}});
+    cube->Update(0.0f, &m_context);
+    EXPECT_EQ(dynamic_cast<CPDTexture*>(cube)->m_dimension, -1);
+    EXPECT_TRUE(cube->RestoreDevice(m_render.get()));
+    std::filesystem::remove(dir.File("sky-negz.jpg"));
+    CLogCapture log;
+    EXPECT_FALSE(cube->RestoreDevice(m_render.get()));
+    EXPECT_TRUE(log.Contains("sky-negz.jpg"));
 }
 
 } // namespace
