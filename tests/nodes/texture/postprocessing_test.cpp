@@ -27,6 +27,9 @@ protected:
         CBitmapFile picture;
         ASSERT_TRUE(picture.SetBgrBottomUp(bgr.data(), Side, Side));
         ASSERT_TRUE(picture.Save(m_dir.File("dot.png").c_str()));
+        std::fill(bgr.begin(), bgr.end(), 128);
+        ASSERT_TRUE(picture.SetBgrBottomUp(bgr.data(), Side, Side));
+        ASSERT_TRUE(picture.Save(m_dir.File("grey.png").c_str()));
     }
     void TearDown() override
     {
@@ -35,12 +38,13 @@ protected:
     }
 
     // `type` reading the dot picture, its ports set, updated and restored.
-    CScene& Over(const char* type, std::initializer_list<std::pair<const char*, const char*>> ports)
+    CScene& Over(const char* type, std::initializer_list<std::pair<const char*, const char*>> ports,
+                 const char* picture = "dot.png", const char* input = "Texture")
     {
         CScene& scene = NewScene();
         Add(scene, {"FileTexture", type});
-        Set(scene, "FileTexture1.Filename", m_dir.File("dot.png"));
-        Connect(scene, "FileTexture1.Texture", (std::string(type) + "1.Texture").c_str());
+        Set(scene, "FileTexture1.Filename", m_dir.File(picture));
+        Connect(scene, "FileTexture1.Texture", (std::string(type) + "1." + input).c_str());
         for (const auto& [port, value] : ports)
             Set(scene, std::string(type) + "1." + port, value);
         // A reader on the screen, so that the update reaches both nodes.
@@ -101,4 +105,19 @@ TEST_F(PostProcessingGL, BlurSpreadsADotEvenlyKeepsItsEnergyAndBrightensOnlyAtTh
 
     CScene& none = Over("Blur", {{"Width", "1"}});
     EXPECT_EQ(TextureOf(none, "Blur1.Texture"), TextureOf(none, "FileTexture1.Texture")) << "a width of 1 is no blur";
+}
+
+TEST_F(PostProcessingGL, PoissonSolverRelaxesFromZeroTowardsTheSolution)
+{
+    // x = (sum of the four neighbours + b) * 0.2 has the solution x = b for
+    // a flat b, reached from zero by 1 - 0.8^n of the way.
+    const auto solved = [&](const char* iterations) {
+        CScene& scene = Over("PoissonSolver", {{"Beta", "0.2"}, {"Iterations", iterations}}, "grey.png", "RightHandSide");
+        const std::vector<int> reds = Reds(TextureOf(scene, "PoissonSolver1.Texture"));
+        EXPECT_EQ(reds.size(), size_t(Side * Side));
+        return reds.empty() ? -1 : reds[size_t(Side * Side / 2 + 3)];
+    };
+    EXPECT_NEAR(solved("1"), 0.2 * 128, 1.0);
+    EXPECT_NEAR(solved("2"), 0.36 * 128, 2.0);
+    EXPECT_NEAR(solved("60"), 128, 6.0) << "8-bit steps stop it a little short";
 }
