@@ -37,17 +37,17 @@ constexpr int Height = 360;
 std::string SaveEffectScene(const std::string& dir, int number)
 {
     CScene scene;
-    for (const char* type : {"Screen", "RenderRect", "Clear", "Streak"})
+    for (const char* type : {"Screen", "RenderRect", "Clear", "TestEffect"})
         scene.AddNode(type);
     scene.Connect("Clear1.Render", "RenderRect1.Render");
     scene.Connect("RenderRect1.Render", "Screen1.Render");
-    scene.Connect("Streak1.Effect", "RenderRect1.Effect");
+    scene.Connect("TestEffect1.Effect", "RenderRect1.Effect");
     std::string component;
     // A constant of its own makes each scene's programs new to the caches.
     std::string effect = GradientEffect();
     const std::string marker = "* color;";
     effect.replace(effect.find(marker), marker.size(), "* color * " + std::to_string(0.9 + number * 0.001) + ";");
-    scene.FindInPort("Streak1.Shader", &component)->SetValue(effect);
+    scene.FindInPort("TestEffect1.Shader", &component)->SetValue(effect);
     const std::string path = dir + "/scene" + std::to_string(number) + ".lmc";
     scene.Save(path, false);
     return path;

@@ -39,10 +39,9 @@ public:
 
     bool HasTechnique() const { return m_technique != nullptr; }
 
-    // A planned type of the catalogue that no node of the engine uses yet,
-    // so that tests can run beside the real Shader node. The factory refuses
-    // it once a real Streak node is built: pick another then.
-    static constexpr const char* TypeName = "Streak";
+    // A name outside the catalogue, so that tests can run beside the real
+    // Shader node and every real node type.
+    static constexpr const char* TypeName = "TestEffect";
 
     // Registers the type under TypeName in the factory while it lives.
     class CType

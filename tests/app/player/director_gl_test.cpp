@@ -66,12 +66,12 @@ protected:
     std::unique_ptr<CScene> GradientScene(const std::string& effect)
     {
         auto scene = std::make_unique<CScene>();
-        for (const char* type : {"Screen", "RenderRect", "Streak"})
+        for (const char* type : {"Screen", "RenderRect", "TestEffect"})
             scene->AddNode(type);
         EXPECT_TRUE(scene->Connect("RenderRect1.Render", "Screen1.Render"));
-        EXPECT_TRUE(scene->Connect("Streak1.Effect", "RenderRect1.Effect"));
+        EXPECT_TRUE(scene->Connect("TestEffect1.Effect", "RenderRect1.Effect"));
         std::string component;
-        scene->FindInPort("Streak1.Shader", &component)->SetValue(effect);
+        scene->FindInPort("TestEffect1.Shader", &component)->SetValue(effect);
         scene->m_fileName = "gradient";
         return scene;
     }

@@ -49,15 +49,15 @@ protected:
     std::string SaveGradientScene(const std::string& name)
     {
         CScene scene;
-        for (const char* type : {"Screen", "RenderRect", "Clear", "Streak"})
+        for (const char* type : {"Screen", "RenderRect", "Clear", "TestEffect"})
             EXPECT_NE(scene.AddNode(type), nullptr) << type;
         EXPECT_TRUE(scene.Connect("Clear1.Render", "RenderRect1.Render"));
         EXPECT_TRUE(scene.Connect("RenderRect1.Render", "Screen1.Render"));
-        EXPECT_TRUE(scene.Connect("Streak1.Effect", "RenderRect1.Effect"));
+        EXPECT_TRUE(scene.Connect("TestEffect1.Effect", "RenderRect1.Effect"));
         std::string component;
         scene.FindInPort("Clear1.Color", &component)->SetValue("0.4 0 0 1");
         scene.FindInPort("Screen1.Viewport", &component)->SetValue("0.25 0.25 0.5 0.5");
-        scene.FindInPort("Streak1.Shader", &component)->SetValue(GradientEffect());
+        scene.FindInPort("TestEffect1.Shader", &component)->SetValue(GradientEffect());
         const std::string path = m_home.File(name);
         EXPECT_TRUE(scene.Save(path, false));
         return path;
@@ -83,21 +83,21 @@ protected:
     {
         CScene scene;
         scene.m_sceneType = CScene::SceneType_Transition;
-        for (const char* type : {"Screen", "RenderRect", "RenderRect", "Clear", "Streak", "Streak", "Transition"})
+        for (const char* type : {"Screen", "RenderRect", "RenderRect", "Clear", "TestEffect", "TestEffect", "Transition"})
             EXPECT_NE(scene.AddNode(type), nullptr) << type;
         for (const auto& [from, to] : {std::pair{"Clear1.Render", "RenderRect1.Render"},
                                        {"RenderRect1.Render", "RenderRect2.Render"},
                                        {"RenderRect2.Render", "Screen1.Render"},
-                                       {"Streak1.Effect", "RenderRect1.Effect"},
-                                       {"Streak2.Effect", "RenderRect2.Effect"},
-                                       {"Transition1.FromScene", "Streak1.Texture"},
-                                       {"Transition1.ToScene", "Streak2.Texture"}})
+                                       {"TestEffect1.Effect", "RenderRect1.Effect"},
+                                       {"TestEffect2.Effect", "RenderRect2.Effect"},
+                                       {"Transition1.FromScene", "TestEffect1.Texture"},
+                                       {"Transition1.ToScene", "TestEffect2.Texture"}})
             EXPECT_TRUE(scene.Connect(from, to)) << from << " -> " << to;
         std::string component;
         scene.FindInPort("Clear1.Color", &component)->SetValue("0 0 0 1");
-        scene.FindInPort("Streak1.Shader", &component)->SetValue(TextureEffect("tex2D(tex, i.uv) * (1.0 - time)"));
-        scene.FindInPort("Streak2.Shader", &component)->SetValue(TextureEffect("tex2D(tex, i.uv) * time"));
-        scene.FindInPort("Streak2.Additive", &component)->SetValue("1");
+        scene.FindInPort("TestEffect1.Shader", &component)->SetValue(TextureEffect("tex2D(tex, i.uv) * (1.0 - time)"));
+        scene.FindInPort("TestEffect2.Shader", &component)->SetValue(TextureEffect("tex2D(tex, i.uv) * time"));
+        scene.FindInPort("TestEffect2.Additive", &component)->SetValue("1");
         const std::string path = m_home.File(name);
         EXPECT_TRUE(scene.Save(path, false));
         return path;

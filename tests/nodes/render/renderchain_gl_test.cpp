@@ -43,13 +43,13 @@ protected:
     // Blue clear, then a red rectangle in the left half of the target.
     void BuildClearAndRect()
     {
-        for (const char* type : {"Screen", "RenderRect", "Clear", "Streak"})
+        for (const char* type : {"Screen", "RenderRect", "Clear", "TestEffect"})
             ASSERT_NE(m_scene->AddNode(type), nullptr) << type;
         ASSERT_TRUE(m_scene->Connect("Clear1.Render", "RenderRect1.Render"));
         ASSERT_TRUE(m_scene->Connect("RenderRect1.Render", "Screen1.Render"));
-        ASSERT_TRUE(m_scene->Connect("Streak1.Effect", "RenderRect1.Effect"));
+        ASSERT_TRUE(m_scene->Connect("TestEffect1.Effect", "RenderRect1.Effect"));
         Set("Clear1.Color", "0 0 1 1");
-        Set("Streak1.Shader", SolidColorEffect("1, 0, 0, 1"));
+        Set("TestEffect1.Shader", SolidColorEffect("1, 0, 0, 1"));
         Set("Screen1.Viewport", "0 0 0.5 1");
     }
 
@@ -72,7 +72,7 @@ TEST_F(RenderChainGL, ClearAndRectangleThroughAnEffectGiveKnownPixels)
 {
     BuildClearAndRect();
     DrawFrame();
-    ASSERT_TRUE(static_cast<CTestEffectNode*>(m_scene->FindNode("Streak1"))->HasTechnique());
+    ASSERT_TRUE(static_cast<CTestEffectNode*>(m_scene->FindNode("TestEffect1"))->HasTechnique());
     EXPECT_EQ(RgbAt(2, 2), (Rgb{255, 0, 0}));
     EXPECT_EQ(RgbAt(14, 13), (Rgb{255, 0, 0}));
     EXPECT_EQ(RgbAt(17, 2), (Rgb{0, 0, 255})) << "outside the viewport only the clear shows";
@@ -102,8 +102,8 @@ TEST_F(RenderChainGL, DeviceLossAndForcedRestoreRemakeWhatTheNodesDraw)
 
     // Forced restore without a device loss: everything is made anew lazily.
     m_scene->ForceRestore();
-    EXPECT_EQ(m_scene->FindNode("Streak1")->m_deviceDirty & DeviceBit(0), DeviceBit(0));
+    EXPECT_EQ(m_scene->FindNode("TestEffect1")->m_deviceDirty & DeviceBit(0), DeviceBit(0));
     DrawFrame();
-    EXPECT_EQ(m_scene->FindNode("Streak1")->m_deviceDirty & DeviceBit(0), 0u);
+    EXPECT_EQ(m_scene->FindNode("TestEffect1")->m_deviceDirty & DeviceBit(0), 0u);
     EXPECT_EQ(RgbAt(2, 2), (Rgb{255, 0, 0}));
 }

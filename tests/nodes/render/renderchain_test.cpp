@@ -154,7 +154,7 @@ protected:
     RenderChain() : m_factory(CNodeFactory::Get())
     {
         m_factory->Init(NodeTypes());
-        m_effectInfo = CNodeDeclaration({Out(&CJournalEffectNode::m_out, "Effect", "")}).MakeInfo(NG_Effects, "Bloom", "");
+        m_effectInfo = CNodeDeclaration({Out(&CJournalEffectNode::m_out, "Effect", "")}).MakeInfo(NG_Effects, "TestJournalEffect", "");
         const CNodeDeclaration object = {
             In(&CJournalObjectNode::m_effect, "Effect", ""),
             In(&CJournalObjectNode::m_next, "Object", ""),
@@ -330,12 +330,12 @@ TEST_F(RenderChain, ObjectStepPlacesItsObjectsAndObjectsSharingAnEffectDrawInOne
     Add("RenderObject");
     Add("MeshObject");
     Add("MeshObject");
-    Add("Bloom");
+    Add("TestJournalEffect");
     ASSERT_TRUE(m_scene.Connect("RenderObject1.Render", "Screen1.Render"));
     ASSERT_TRUE(m_scene.Connect("MeshObject1.Object", "RenderObject1.Object"));
     ASSERT_TRUE(m_scene.Connect("MeshObject2.Object", "MeshObject1.Object"));
-    ASSERT_TRUE(m_scene.Connect("Bloom1.Effect", "MeshObject1.Effect"));
-    ASSERT_TRUE(m_scene.Connect("Bloom1.Effect", "MeshObject2.Effect"));
+    ASSERT_TRUE(m_scene.Connect("TestJournalEffect1.Effect", "MeshObject1.Effect"));
+    ASSERT_TRUE(m_scene.Connect("TestJournalEffect1.Effect", "MeshObject2.Effect"));
     Set("RenderObject1.Pos", "1 2 3");
     Set("RenderObject1.Scale", "2 2 2");
     Set("RenderObject1.Rot", "0 0 90");

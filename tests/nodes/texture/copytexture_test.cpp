@@ -36,7 +36,7 @@ protected:
     }
 
     // RenderToTexture1 holds the quadrants, RenderToTexture2 a dark blue;
-    // CopyTexture1 copies the first with the second as tex2, and Streak1
+    // CopyTexture1 copies the first with the second as tex2, and TestEffect1
     // shows the copy on the window through RenderRect1.
     CScene& CopyScene()
     {

@@ -24,7 +24,7 @@ protected:
         TextureSceneTest::TearDown();
     }
 
-    // A transition scene that shows FromScene through Streak1.
+    // A transition scene that shows FromScene through TestEffect1.
     std::unique_ptr<CScene> TransitionScene()
     {
         auto scene = MakeScene();
@@ -41,10 +41,10 @@ TEST_F(LayerTexturesGL, PreviousLayerHandsTheCapturedLayersToThePostprocessingSc
     CScene& background = ClearScene("0 0 1 1");
     // Green over the right half, with no clear of its own.
     CScene& foreground = NewScene();
-    Add(foreground, {"Screen", "RenderRect", "Streak"});
+    Add(foreground, {"Screen", "RenderRect", "TestEffect"});
     Connect(foreground, "RenderRect1.Render", "Screen1.Render");
-    Connect(foreground, "Streak1.Effect", "RenderRect1.Effect");
-    Set(foreground, "Streak1.Shader", SolidColorEffect("0, 1, 0, 1"));
+    Connect(foreground, "TestEffect1.Effect", "RenderRect1.Effect");
+    Set(foreground, "TestEffect1.Shader", SolidColorEffect("0, 1, 0, 1"));
     Set(foreground, "Screen1.Viewport", "0.5 0 0.5 1");
     // The postprocessing scene shows the captured picture mirrored left to right.
     CScene& postprocessing = NewScene();

@@ -36,7 +36,7 @@ TEST(TextureSizeSteps, StepsHalveCustomReplacesAndTheLowerLimitsHold)
 class RenderToTextureGL : public TextureSceneTest
 {
 protected:
-    // RenderToTexture1 shown on the window through Streak1.
+    // RenderToTexture1 shown on the window through TestEffect1.
     CScene& ShownTextureScene()
     {
         CScene& scene = NewScene();
@@ -48,10 +48,10 @@ protected:
     CScene& FeedbackScene()
     {
         CScene& scene = ShownTextureScene();
-        Add(scene, {"Streak"});
-        Connect(scene, "Streak2.Effect", "RenderToTexture1.Effect");
-        Connect(scene, "RenderToTexture1.ColorNext", "Streak2.Texture");
-        Set(scene, "Streak2.Shader", TextureEffect("tex2D(tex, i.uv) + float4(0.125, 0.125, 0.125, 0.125)"));
+        Add(scene, {"TestEffect"});
+        Connect(scene, "TestEffect2.Effect", "RenderToTexture1.Effect");
+        Connect(scene, "RenderToTexture1.ColorNext", "TestEffect2.Texture");
+        Set(scene, "TestEffect2.Shader", TextureEffect("tex2D(tex, i.uv) + float4(0.125, 0.125, 0.125, 0.125)"));
         return scene;
     }
 };

@@ -1,7 +1,7 @@
 #pragma once
 
 // Scenes built in code on a real context, with the test effect registered
-// as "Streak", and the means to read the pixels of texture outputs.
+// as "TestEffect", and the means to read the pixels of texture outputs.
 
 #include "nodes/nodetypes.h"
 #include "ports/port.h"
@@ -86,11 +86,11 @@ protected:
     // an output path such as "RenderToTexture1.Color".
     static void AddTextureView(CScene& scene, const char* texture, const char* pixel = "tex2D(tex, i.uv)")
     {
-        Add(scene, {"Screen", "RenderRect", "Streak"});
+        Add(scene, {"Screen", "RenderRect", "TestEffect"});
         Connect(scene, "RenderRect1.Render", "Screen1.Render");
-        Connect(scene, "Streak1.Effect", "RenderRect1.Effect");
-        Connect(scene, texture, "Streak1.Texture");
-        Set(scene, "Streak1.Shader", TextureEffect(pixel));
+        Connect(scene, "TestEffect1.Effect", "RenderRect1.Effect");
+        Connect(scene, texture, "TestEffect1.Texture");
+        Set(scene, "TestEffect1.Shader", TextureEffect(pixel));
     }
 
     // A scene that only clears to `color` ("r g b a").
