@@ -61,3 +61,12 @@ void RunPassInto(CRender* render, CFx& effect, CFxPass& pass, CRenderTarget& tar
     pass.ResetState();
     target.Unbind();
 }
+
+std::vector<SChoice> PostFormats()
+{
+    return {{0, "Keep source format"},
+            {TF_A8R8G8B8, "RGBA 8bit"},
+            {TF_A32R32G32B32F, "RGBA 32bit float"},
+            {TF_A16R16G16B16F, "RGBA 16bit float"},
+            {TF_R11G11B10F, "RGB R11,G11,B10 bit float"}};
+}

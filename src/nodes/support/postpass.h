@@ -1,10 +1,12 @@
 #pragma once
 
 #include "render/fx.h"
+#include "scene/nodedeclaration.h"
 
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 class CRender;
 class CRenderTarget;
@@ -41,3 +43,7 @@ void RunPassInto(CRender* render, CFx& effect, CFxPass& pass, CRenderTarget& tar
 // had.
 std::shared_ptr<CTexture> RunPass(CRender* render, CFx& effect, CFxPass& pass, int width, int height, int format,
                                   std::string_view name);
+
+// The Format choices of Bloom and Streak: 0 keeps the source's, the others
+// are texture formats.
+std::vector<SChoice> PostFormats();

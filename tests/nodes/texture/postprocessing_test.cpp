@@ -27,6 +27,15 @@ protected:
         CBitmapFile picture;
         ASSERT_TRUE(picture.SetBgrBottomUp(bgr.data(), Side, Side));
         ASSERT_TRUE(picture.Save(m_dir.File("dot.png").c_str()));
+        // A wider picture with a white square of 4 x 4 texels at (30, 30).
+        std::vector<uint8_t> wide(64 * 64 * 3, 0);
+        for (int y = 30; y < 34; ++y)
+            std::fill_n(&wide[size_t(3 * (y * 64 + 30))], 12, 255);
+        ASSERT_TRUE(picture.SetBgrBottomUp(wide.data(), 64, 64));
+        ASSERT_TRUE(picture.Save(m_dir.File("square.png").c_str()));
+        std::vector<uint8_t> thin(4 * 100 * 3, 255);
+        ASSERT_TRUE(picture.SetBgrBottomUp(thin.data(), 4, 100));
+        ASSERT_TRUE(picture.Save(m_dir.File("thin.png").c_str()));
         std::fill(bgr.begin(), bgr.end(), 128);
         ASSERT_TRUE(picture.SetBgrBottomUp(bgr.data(), Side, Side));
         ASSERT_TRUE(picture.Save(m_dir.File("grey.png").c_str()));
@@ -120,4 +129,24 @@ TEST_F(PostProcessingGL, PoissonSolverRelaxesFromZeroTowardsTheSolution)
     EXPECT_NEAR(solved("1"), 0.2 * 128, 1.0);
     EXPECT_NEAR(solved("2"), 0.36 * 128, 2.0);
     EXPECT_NEAR(solved("60"), 128, 6.0) << "8-bit steps stop it a little short";
+}
+
+TEST_F(PostProcessingGL, BloomGlowsAroundWhatIsBrightAtHalfTheSizeAndOnlyAboveItsThreshold)
+{
+    CScene& scene = Over("Bloom", {}, "square.png");
+    const std::shared_ptr<CTexture> bloom = TextureOf(scene, "Bloom1.Texture");
+    ASSERT_TRUE(bloom);
+    EXPECT_EQ(bloom->m_width, 32);
+    const auto red = [&](const std::shared_ptr<CTexture>& texture, int x, int y) { return PixelOf(texture, x, y)[0]; };
+    // The square sits at the middle of the half-size picture.
+    EXPECT_GT(red(bloom, 16, 16), 30);
+    EXPECT_GT(red(bloom, 16, 22), 0) << "the glow reaches beyond the square";
+    EXPECT_LT(red(bloom, 16, 22), red(bloom, 16, 18));
+    EXPECT_LT(red(bloom, 0, 0), red(bloom, 16, 22)) << "and fades with distance";
+
+    const std::shared_ptr<CTexture> cut = TextureOf(Over("Bloom", {{"Threshold", "1"}}, "square.png"), "Bloom1.Texture");
+    ASSERT_TRUE(cut);
+    EXPECT_EQ(red(cut, 16, 16), 0) << "nothing is brighter than white";
+
+    EXPECT_FALSE(TextureOf(Over("Bloom", {}, "thin.png"), "Bloom1.Texture")) << "too narrow to halve";
 }
