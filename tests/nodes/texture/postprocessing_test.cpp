@@ -150,3 +150,26 @@ TEST_F(PostProcessingGL, BloomGlowsAroundWhatIsBrightAtHalfTheSizeAndOnlyAboveIt
 
     EXPECT_FALSE(TextureOf(Over("Bloom", {}, "thin.png"), "Bloom1.Texture")) << "too narrow to halve";
 }
+
+TEST_F(PostProcessingGL, StreaksDrawBrightPartsOutAlongTheirLinesAtAQuarterOfTheSize)
+{
+    CScene& scene = Over("Streak", {{"NumStarLines", "1"}, {"StarRotation", "0"}}, "square.png");
+    const std::shared_ptr<CTexture> streak = TextureOf(scene, "Streak1.Texture");
+    ASSERT_TRUE(streak);
+    EXPECT_EQ(streak->m_width, 16);
+    const auto red = [&](const std::shared_ptr<CTexture>& texture, int x, int y) { return PixelOf(texture, x, y)[0]; };
+    const int along = std::max(red(streak, 8, 4), red(streak, 8, 12));
+    const int across = std::max(red(streak, 4, 8), red(streak, 12, 8));
+    EXPECT_GT(along, 0) << "a line without a rotation runs along y";
+    EXPECT_EQ(across, 0);
+
+    const std::shared_ptr<CTexture> grey =
+        TextureOf(Over("Streak", {{"ChromaticAberration", "0"}}, "square.png"), "Streak1.Texture");
+    ASSERT_TRUE(grey);
+    const Rgba centre = PixelOf(grey, 8, 8);
+    EXPECT_GT(centre[0], 0);
+    EXPECT_NEAR(centre[0], centre[1], 1) << "without aberration every sample is the same grey";
+    EXPECT_NEAR(centre[1], centre[2], 1);
+
+    EXPECT_FALSE(TextureOf(Over("Streak", {}, "thin.png"), "Streak1.Texture"));
+}
