@@ -178,11 +178,12 @@ TEST(Mesh, BuildBuffersWritesReferencedVerticesInOrderOfUse)
         EXPECT_EQ(indices.At(i), expected[size_t(i)]) << i;
     ExpectVector(vertices.m_data[1].position, 1, 1, 0);
     for (const SVertexPNTBTC& v : vertices.m_data) {
-        // The binormal is tangent × normal, made unit length.
+        // The binormal is tangent × normal, made unit length by one
+        // Newton step, so only to about 0.2%.
         const SVec3 b = Normalize(Cross({v.tangent[0], v.tangent[1], v.tangent[2]}, {v.normal[0], v.normal[1], v.normal[2]}));
-        EXPECT_NEAR(v.binormal[0], b.x, 1e-3f);
-        EXPECT_NEAR(v.binormal[1], b.y, 1e-3f);
-        EXPECT_NEAR(v.binormal[2], b.z, 1e-3f);
+        EXPECT_NEAR(v.binormal[0], b.x, 3e-3f);
+        EXPECT_NEAR(v.binormal[1], b.y, 3e-3f);
+        EXPECT_NEAR(v.binormal[2], b.z, 3e-3f);
     }
 
     // The index width changes where 16 bits stop being enough.
