@@ -1,5 +1,7 @@
 #pragma once
 
+#include "mesh/mesh.h"
+
 #include <array>
 #include <cstdint>
 #include <memory>
@@ -25,6 +27,7 @@ public:
     // Writes this node's mesh into `target`.
     virtual bool GenerateMesh(CPDMesh* target);
 
+    CMesh m_mesh;
     bool m_meshDirty = false;
     uint32_t m_meshDeviceDirty = 0xFFFFFFFFu;
 

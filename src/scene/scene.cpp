@@ -182,6 +182,8 @@ void CScene::GenerateMeshes()
             CPDMesh* mesh = static_cast<CPortMesh*>(port.get())->m_value;
             if (!mesh || !mesh->m_meshDirty)
                 continue;
+            // Each rebuild runs the whole chain into this mesh from scratch.
+            mesh->m_mesh.Clear();
             mesh->GenerateMesh(mesh);
             mesh->m_meshDeviceDirty = 0xFFFFFFFFu;
             mesh->m_meshDirty = false;

@@ -272,3 +272,23 @@ TEST_F(HeadlessRun, APlaylistPlaysItsScenesInOrderThroughATransitionThatBlendsTh
         EXPECT_EQ(MatchReference(Frame(out, frame), Reference(name), 3, 0.01), "") << name;
     }
 }
+
+TEST_F(HeadlessRun, DrawsLitMeshesAndInstancedMeshesAsReferencePicturesShowThem)
+{
+    // A torus that turns and a thousand cubes that one instanced draw places
+    // on a grid from their instance ids.
+    for (const char* name : {"meshtorus", "meshinstancer"}) {
+        SCOPED_TRACE(name);
+        const std::string out = m_home.File(name);
+        ASSERT_EQ(RunHeadless(Options(std::string(LUMORA_SHARED_TEST_DATA) + "/scenes/" + name + ".lms", out),
+                              MakeRenderOGL),
+                  0);
+        // Lit from one side: the mesh shows shades, not one flat colour.
+        const SPixel centre = PixelAt(Frame(out, 6), 80, 45);
+        EXPECT_GT(centre.r + centre.g + centre.b, 60);
+        for (int frame : {1, 6}) {
+            const std::string reference = std::string(name) + "-" + CPictureSequenceWriter::FrameName(frame);
+            EXPECT_EQ(MatchReference(Frame(out, frame), Reference(reference), 3, 0.01), "");
+        }
+    }
+}

@@ -160,7 +160,7 @@ protected:
             In(&CJournalObjectNode::m_next, "Object", ""),
             Out(&CJournalObjectNode::m_out, "Object", ""),
         };
-        m_objectInfo = object.MakeInfo(NG_Objects, "MeshObject", "");
+        m_objectInfo = object.MakeInfo(NG_Objects, "JournalObject", "");
         m_factory->Add(m_effectInfo.get());
         m_factory->Add(m_objectInfo.get());
         g_journal = &m_render.m_journal;
@@ -328,14 +328,14 @@ TEST_F(RenderChain, ObjectStepPlacesItsObjectsAndObjectsSharingAnEffectDrawInOne
 {
     Add("Screen");
     Add("RenderObject");
-    Add("MeshObject");
-    Add("MeshObject");
+    Add("JournalObject");
+    Add("JournalObject");
     Add("TestJournalEffect");
     ASSERT_TRUE(m_scene.Connect("RenderObject1.Render", "Screen1.Render"));
-    ASSERT_TRUE(m_scene.Connect("MeshObject1.Object", "RenderObject1.Object"));
-    ASSERT_TRUE(m_scene.Connect("MeshObject2.Object", "MeshObject1.Object"));
-    ASSERT_TRUE(m_scene.Connect("TestJournalEffect1.Effect", "MeshObject1.Effect"));
-    ASSERT_TRUE(m_scene.Connect("TestJournalEffect1.Effect", "MeshObject2.Effect"));
+    ASSERT_TRUE(m_scene.Connect("JournalObject1.Object", "RenderObject1.Object"));
+    ASSERT_TRUE(m_scene.Connect("JournalObject2.Object", "JournalObject1.Object"));
+    ASSERT_TRUE(m_scene.Connect("TestJournalEffect1.Effect", "JournalObject1.Effect"));
+    ASSERT_TRUE(m_scene.Connect("TestJournalEffect1.Effect", "JournalObject2.Effect"));
     Set("RenderObject1.Pos", "1 2 3");
     Set("RenderObject1.Scale", "2 2 2");
     Set("RenderObject1.Rot", "0 0 90");
@@ -344,7 +344,7 @@ TEST_F(RenderChain, ObjectStepPlacesItsObjectsAndObjectsSharingAnEffectDrawInOne
     // Scaled by 2, then turned 90 degrees about z: the x axis points along y.
     const Journal item = {"color 0.5 0.25 1 1", "x axis 0 2 0", "position 1 2 3"};
     Journal expected = {"viewport 0 0 1 1", "camera 45", "begin", "camera 45"};
-    for (const char* name : {"MeshObject1", "MeshObject2"}) {
+    for (const char* name : {"JournalObject1", "JournalObject2"}) {
         expected.insert(expected.end(), item.begin(), item.end());
         expected.push_back(std::string("draw ") + name);
     }

@@ -114,7 +114,7 @@ public:
             In(&CSquareObjectNode::m_effect, "Effect", "effect"),
             Out(&CSquareObjectNode::m_out, "Object", "object"),
         };
-        return declaration.MakeInfo(NG_Objects, "MeshObject", "");
+        return declaration.MakeInfo(NG_Objects, "SquareObject", "");
     }
 
     CPortEffect* m_effect = nullptr;
@@ -619,9 +619,9 @@ TEST_F(ShaderNodeGL, TheDefaultCullModeDrawsRectanglesAndObjectsUprightOnScreenA
             Add({"Screen", "Clear", "Shader", c.object ? "RenderObject" : "RenderRect"});
             const std::string step = c.object ? "RenderObject1" : "RenderRect1";
             if (c.object) {
-                Add({"MeshObject"});
-                Connect("Shader1.Effect", "MeshObject1.Effect");
-                Connect("MeshObject1.Object", "RenderObject1.Object");
+                Add({"SquareObject"});
+                Connect("Shader1.Effect", "SquareObject1.Effect");
+                Connect("SquareObject1.Object", "RenderObject1.Object");
             } else {
                 Connect("Shader1.Effect", "RenderRect1.Effect");
             }
