@@ -46,11 +46,11 @@ CNodeDeclaration DeclareNode<CLightningNode>()
            "Scale of each branch compared to the branch full length. 1.0 will create a branch that is equal to the "
            "main path of the bolt",
            {0.75f, 0.01f, 0.0f, 1000.0f}),
-        In(&C::m_inputs[0], "In1", "Input value 1", {0.0f, 0.01f, -10000.0f, 10000.0f}),
-        In(&C::m_inputs[1], "In2", "Input value 2", {0.0f, 0.01f, -10000.0f, 10000.0f}),
-        In(&C::m_inputs[2], "In3", "Input value 3", {0.0f, 0.01f, -10000.0f, 10000.0f}),
-        In(&C::m_inputs[3], "In4", "Input value 4", {0.0f, 0.01f, -10000.0f, 10000.0f}),
-        In(&C::m_inputs[4], "In5", "Input value 5", {0.0f, 0.01f, -10000.0f, 10000.0f}),
+        In(&C::m_in1, "In1", "Input value 1", {0.0f, 0.01f, -10000.0f, 10000.0f}),
+        In(&C::m_in2, "In2", "Input value 2", {0.0f, 0.01f, -10000.0f, 10000.0f}),
+        In(&C::m_in3, "In3", "Input value 3", {0.0f, 0.01f, -10000.0f, 10000.0f}),
+        In(&C::m_in4, "In4", "Input value 4", {0.0f, 0.01f, -10000.0f, 10000.0f}),
+        In(&C::m_in5, "In5", "Input value 5", {0.0f, 0.01f, -10000.0f, 10000.0f}),
         In(&C::m_randomSeed, "RandomSeed", "Random seed used to generate the bolts", {1, 1, 100000}),
         In(&C::m_expression, "Expression",
            "Expression to be evaluated for each bolt.\nboltnr=the index of the current bolt.\ntime=runtime in "
@@ -191,8 +191,9 @@ void CLightningNode::Update(float time, CSceneContext* context)
     if (!m_expressionContext.IsValid())
         return;
 
+    const CPortFloat* inputs[] = {m_in1, m_in2, m_in3, m_in4, m_in5};
     for (int i = 0; i < 5; ++i)
-        m_in[i] = m_inputs[size_t(i)]->m_value;
+        m_in[i] = inputs[i]->m_value;
     m_time = time;
     if (context)
         m_aspect = context->m_aspect;
@@ -230,7 +231,9 @@ void CLightningNode::Update(float time, CSceneContext* context)
 void CLightningNode::FillLines(CSceneContext* context)
 {
     m_lines.Reset();
-    m_lines.Reserve(m_pathCount, m_nodeCount);
+    // Reserved for the worst case, so that a frame with more branches than
+    // the last does not grow the batcher.
+    m_lines.Reserve(int(m_paths.size()), int(m_nodes.size()));
     for (int pi = 0; pi < m_pathCount; ++pi) {
         const SBoltPath& path = m_paths[size_t(pi)];
         const auto& c = path.color;

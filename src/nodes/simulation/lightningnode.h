@@ -71,7 +71,11 @@ private:
     CPortFloat* m_jitter = nullptr;
     CPortFloat* m_branchChance = nullptr;
     CPortFloat* m_branchLengthScale = nullptr;
-    std::array<CPortFloat*, 5> m_inputs{};
+    CPortFloat* m_in1 = nullptr;
+    CPortFloat* m_in2 = nullptr;
+    CPortFloat* m_in3 = nullptr;
+    CPortFloat* m_in4 = nullptr;
+    CPortFloat* m_in5 = nullptr;
     CPortInt* m_randomSeed = nullptr;
     CPortString* m_expression = nullptr;
     CPortEffect* m_effect = nullptr;
