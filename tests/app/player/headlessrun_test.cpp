@@ -275,9 +275,10 @@ TEST_F(HeadlessRun, APlaylistPlaysItsScenesInOrderThroughATransitionThatBlendsTh
 
 TEST_F(HeadlessRun, DrawsLitMeshesAndInstancedMeshesAsReferencePicturesShowThem)
 {
-    // A torus that turns and a thousand cubes that one instanced draw places
-    // on a grid from their instance ids.
-    for (const char* name : {"meshtorus", "meshinstancer"}) {
+    // A torus that turns, a thousand cubes that one instanced draw places
+    // on a grid from their instance ids, and a torus wearing a Turing
+    // pattern that glows through Bloom.
+    for (const char* name : {"meshtorus", "meshinstancer", "turingbloom"}) {
         SCOPED_TRACE(name);
         const std::string out = m_home.File(name);
         ASSERT_EQ(RunHeadless(Options(std::string(LUMORA_SHARED_TEST_DATA) + "/scenes/" + name + ".lms", out),
