@@ -1,5 +1,6 @@
 #include "nodes/simulation/lightningnode.h"
 
+#include "app/log.h"
 #include "render/camera.h"
 #include "render/rendertypes.h"
 #include "scene/nodedeclaration.h"
@@ -202,7 +203,18 @@ void CLightningNode::Update(float time, CSceneContext* context)
     m_boltRandSeed = seed;
 
     const int bolts = std::clamp(m_numBolts->m_value, 1, 10000);
-    const int detail = std::clamp(m_detail->m_value, 0, 15);
+    int detail = std::clamp(m_detail->m_value, 0, 15);
+    // The pools hold the worst case, which triples with each step of
+    // detail: beyond a few million nodes the detail is lowered instead of
+    // asking for gigabytes.
+    constexpr double MaxNodes = 4.0 * 1024 * 1024;
+    while (detail > 0 && (Pow3(detail + 1) * 0.5 + 1.0) * bolts > MaxNodes)
+        --detail;
+    if (detail != std::clamp(m_detail->m_value, 0, 15) && !m_detailCapReported) {
+        m_detailCapReported = true;
+        Log("Lightning \"%s\": %d bolts at detail %d are too many segments; drawn at detail %d", m_name.c_str(),
+            bolts, m_detail->m_value, detail);
+    }
     SizePools(bolts, detail);
     m_random.Seed(uint32_t(seed));
     double last = seed;

@@ -58,6 +58,7 @@ private:
     friend CNodeDeclaration DeclareNode<CLightningNode>();
 
     void SizePools(int bolts, int detail);
+    bool m_detailCapReported = false;
     SBoltNode* NewNode(float x, float y, float z, float width);
     SBoltPath* NewPath(const SBoltNode& start, const SBoltNode& end, float width, float strength,
                        const std::array<float, 4>& color);

@@ -113,6 +113,13 @@ TEST_F(Lightning, BranchChanceDecidesPathsAndTheWorstCaseFillsThePools)
         ASSERT_EQ(last, path.tail);
         ASSERT_EQ(n, path.nodeCount);
     }
+
+    // The largest settings would want gigabytes: the detail comes down instead.
+    Set("NumBolts", "10000");
+    Set("Detail", "15");
+    Frame();
+    EXPECT_LE(m_node->GetNodeCapacity(), 4 * 1024 * 1024);
+    EXPECT_GT(m_node->GetPathCount(), 0);
 }
 
 TEST_F(Lightning, BoltsStayNearTheirLineAndHoldStillWithoutJitter)
