@@ -11,26 +11,55 @@
 
 #include <gtest/gtest.h>
 
-TEST(MeshObject, BuildsDeviceBuffersOnlyWhenItsMeshChanges)
+#include <string>
+
+namespace {
+
+// Screen <- RenderObject <- `object` (a MeshObject or MeshInstancer) drawing a
+// Cube with a Shader.
+void AddCubeChain(CScene& scene, const std::string& object)
 {
-    CNodeFactory* factory = CNodeFactory::Get();
-    factory->Init(NodeTypes());
-    CMemoryRender render;
+    for (const std::string& type : {std::string("Screen"), std::string("RenderObject"), object, std::string("Cube"),
+                                    std::string("Shader")})
+        ASSERT_NE(scene.AddNode(type), nullptr) << type;
+    ASSERT_TRUE(scene.Connect("RenderObject1.Render", "Screen1.Render"));
+    ASSERT_TRUE(scene.Connect(object + "1.Object", "RenderObject1.Object"));
+    ASSERT_TRUE(scene.Connect("Shader1.Effect", object + "1.Effect"));
+    ASSERT_TRUE(scene.Connect("Cube1.Mesh", object + "1.Mesh"));
+}
+
+class MeshObjects : public testing::Test
+{
+protected:
+    void TearDown() override { scene.InvalidateDevice(&render); }
+    // One frame through the scene, which makes the device buffers.
+    void Frame()
     {
-        CScene scene;
-        for (const char* type : {"Screen", "RenderObject", "MeshObject", "Cube", "Shader"})
-            ASSERT_NE(scene.AddNode(type), nullptr) << type;
-        ASSERT_TRUE(scene.Connect("RenderObject1.Render", "Screen1.Render"));
-        ASSERT_TRUE(scene.Connect("MeshObject1.Object", "RenderObject1.Object"));
-        ASSERT_TRUE(scene.Connect("Shader1.Effect", "MeshObject1.Effect"));
-        ASSERT_TRUE(scene.Connect("Cube1.Mesh", "MeshObject1.Mesh"));
+        scene.Update(1.0f / 30.0f, &render);
+        scene.Draw(&render);
+        scene.FrameFinished();
+    }
+
+    // The node types are known from before the scene is made until after it
+    // is gone.
+    struct SFactory
+    {
+        SFactory() { CNodeFactory::Get()->Init(NodeTypes()); }
+        ~SFactory() { CNodeFactory::Get()->Release(); }
+    } factory;
+    CMemoryRender render;
+    CScene scene;
+};
+
+} // namespace
+
+TEST_F(MeshObjects, BuildDeviceBuffersOnlyWhenTheirMeshChanges)
+{
+    {
+        ASSERT_NO_FATAL_FAILURE(AddCubeChain(scene, "MeshObject"));
         auto* cube = dynamic_cast<CPDMesh*>(scene.FindNode("Cube1"));
         ASSERT_NE(cube, nullptr);
-        auto frame = [&] {
-            scene.Update(1.0f / 30.0f, &render);
-            scene.Draw(&render);
-            scene.FrameFinished();
-        };
+        auto frame = [&] { Frame(); };
         auto firstU = [&] {
             const auto* buffer = static_cast<CMemoryRender::CMemoryVertexBuffer*>(cube->dObjs[0].m_vertexBuffer.get());
             return buffer ? buffer->m_data[1].uv[0] : -1.0f;
@@ -58,35 +87,22 @@ TEST(MeshObject, BuildsDeviceBuffersOnlyWhenItsMeshChanges)
         frame();
         EXPECT_EQ(render.m_created, created + 2);
         EXPECT_EQ(cube->dObjs[0].m_vertexBuffer->m_count, 2 * ((1 + 1 + 2) * 3 + 2 * 2));
-        scene.InvalidateDevice(&render);
     }
-    factory->Release();
 }
 
 // Every instance of a MeshInstancer comes from one instanced draw of its mesh.
-TEST(MeshInstancer, DrawsAllInstancesInOneDrawCall)
+TEST_F(MeshObjects, InstancerDrawsAllInstancesInOneDrawCall)
 {
-    CNodeFactory* factory = CNodeFactory::Get();
-    factory->Init(NodeTypes());
-    CMemoryRender render;
     {
-        CScene scene;
-        for (const char* type : {"Screen", "RenderObject", "MeshInstancer", "Cube", "Shader"})
-            ASSERT_NE(scene.AddNode(type), nullptr) << type;
-        ASSERT_TRUE(scene.Connect("RenderObject1.Render", "Screen1.Render"));
-        ASSERT_TRUE(scene.Connect("MeshInstancer1.Object", "RenderObject1.Object"));
-        ASSERT_TRUE(scene.Connect("Shader1.Effect", "MeshInstancer1.Effect"));
-        ASSERT_TRUE(scene.Connect("Cube1.Mesh", "MeshInstancer1.Mesh"));
-        // The scene makes the device buffers; the object is drawn by hand, as
-        // effects need a real device.
+        ASSERT_NO_FATAL_FAILURE(AddCubeChain(scene, "MeshInstancer"));
+        // The object is drawn by hand after each frame, as effects need a
+        // real device.
         auto* instancer = dynamic_cast<CPDObject*>(scene.FindNode("MeshInstancer1"));
         ASSERT_NE(instancer, nullptr);
         auto frame = [&] {
-            scene.Update(1.0f / 30.0f, &render);
-            scene.Draw(&render);
+            Frame();
             render.m_draws.clear();
             instancer->Draw(&render);
-            scene.FrameFinished();
         };
 
         CValueGraph::Set(scene.FindNode("MeshInstancer1"), "NumInstances", "1000");
@@ -105,7 +121,5 @@ TEST(MeshInstancer, DrawsAllInstancesInOneDrawCall)
         ASSERT_TRUE(scene.Disconnect("Cube1.Mesh", "MeshInstancer1.Mesh"));
         frame();
         EXPECT_TRUE(render.m_draws.empty());
-        scene.InvalidateDevice(&render);
     }
-    factory->Release();
 }
