@@ -59,7 +59,7 @@ public:
     std::shared_ptr<CTexture> GetTexture(CRender* render) const;
     void ClearText() { m_quadCount = 0; }
     int32_t GetQuadCount() const { return m_quadCount; }
-    const SQuad* GetQuads() { return m_quads.GetQuads(); }
+    SQuad* GetQuads() { return m_quads.GetQuads(); }
     float GetTextWidth(const char* text, int count) const;
     float GetKerning(int first, int second) const;
     void Write(float x, float y, float z, const char* text, int count, float extra);
@@ -82,6 +82,7 @@ public:
     const SGlyph* GetGlyph(int code) const;
     float GetScale() const { return m_scale; }
     int16_t GetLineHeight() const { return m_lineHeight; }
+    int16_t GetBase() const { return m_base; }
 
     FCharacter m_characterCallback = nullptr;
     void* m_characterUser = nullptr;

@@ -28,10 +28,11 @@ std::string CComposedEffect::Compose(const std::string& fragment, std::span<CPor
         AddIfUsed(fragment, header, declaration.line, declaration.name);
     for (size_t i = 0; i < textures.size() && i < m_samplerDimensions.size(); ++i)
         m_samplerDimensions[i] = AddSampler(fragment, header, *textures[i], m_dialect.textureNames[i]);
+    header += m_dialect.fixedSamplers;
     header += m_dialect.vertexInput;
 
     std::string text = header + fragment;
-    if (text.find("technique") == std::string::npos)
+    if (m_dialect.alwaysAddTechnique || text.find("technique") == std::string::npos)
         text += kDefaultTechnique;
     return text;
 }

@@ -21,7 +21,8 @@ struct SEffectDeclaration
 
 // What a kind of node writes around an author's fragment: its samplers and
 // vertex input, the declarations it may add, the names of its texture
-// samplers (one per texture port) and the parameters it sets.
+// samplers (one per texture port), the parameters it sets, and for the text
+// nodes the font's sampler and an unconditional technique.
 struct SEffectDialect
 {
     const char* fastNoiseSampler;
@@ -30,6 +31,10 @@ struct SEffectDialect
     std::span<const SEffectDeclaration> declarations;
     std::span<const char* const> textureNames;
     std::span<const char* const> paramNames;
+    // Sampler lines that stand behind the texture samplers in every text.
+    const char* fixedSamplers = "";
+    // Text nodes add their technique even to a fragment that has its own.
+    bool alwaysAddTechnique = false;
 };
 
 // The effect a node compiles from an author's fragment: the header declares
