@@ -26,6 +26,7 @@ public:
     // Makes room for `lines` records and draws that many.
     void Resize(int lines);
     SLine* GetLine(int index) { return &m_lines[size_t(index)]; }
+    const SLine* GetLine(int index) const { return &m_lines[size_t(index)]; }
     // Appends a line from `a` to `b` in one colour.
     void AddLine(const SVec3& a, const SVec3& b, const float color[4]);
     int GetCount() const { return m_count; }
