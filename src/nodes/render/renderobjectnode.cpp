@@ -1,5 +1,6 @@
 #include "nodes/render/renderobjectnode.h"
 
+#include "nodes/support/placement.h"
 #include "render/render.h"
 #include "scene/nodedeclaration.h"
 
@@ -33,18 +34,7 @@ void CRenderObjectNode::BuildRenderList(CRenderList* list, CRenderItemList* pare
 
     m_list.Reset();
     CRenderItem* root = m_list.GetRoot();
-    CMatrix world = MatrixIdentity();
-    for (int row = 0; row < 3; ++row) {
-        for (int column = 0; column < 3; ++column)
-            world[size_t(row * 4 + column)] *= m_scale->m_value[size_t(row)];
-    }
-    const auto& rot = m_rot->m_value;
-    world = MatrixMultiply(world, MatrixRotation(rot[0] * DegreesToRadians, rot[1] * DegreesToRadians,
-                                                 rot[2] * DegreesToRadians));
-    world[12] = m_pos->m_value[0];
-    world[13] = m_pos->m_value[1];
-    world[14] = m_pos->m_value[2];
-    root->m_world = world;
+    root->m_world = PlacementMatrix(m_pos->m_value.data(), m_rot->m_value.data(), m_scale->m_value.data());
     root->m_color = m_col->m_value;
     objectNode->BuildRenderList(&m_list, &m_list.GetRootList(), camera);
 }
