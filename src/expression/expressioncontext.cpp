@@ -23,6 +23,14 @@ bool CExpressionContext::AddVariable(std::string_view name, double* address, dou
     }
 }
 
+bool CExpressionContext::AddVariables(std::span<const char* const> names, std::span<double> values)
+{
+    bool bound = true;
+    for (size_t i = 0; i < names.size() && i < values.size(); ++i)
+        bound = AddVariable(names[i], &values[i], 0.0) && bound;
+    return BindLists() && bound;
+}
+
 bool CExpressionContext::BindLists()
 {
     m_expression.SetValueList(&m_values);

@@ -6,6 +6,7 @@
 #include "expression/valuelist.h"
 
 #include <cstdint>
+#include <span>
 #include <string_view>
 
 // A node's only door to the expression language: its variables, all
@@ -23,6 +24,9 @@ public:
     ExprEval::ValueList& GetValues() { return m_values; }
     // AddAddress that logs a refusal (a name bound twice) instead of throwing.
     bool AddVariable(std::string_view name, double* address, double defaultValue);
+    // Binds each name to the value at its place, all starting at 0, and
+    // points the expression at the lists: the usual start of a node's context.
+    bool AddVariables(std::span<const char* const> names, std::span<double> values);
 
     // Points the expression at this context's own lists. The constructor has
     // done so already; call again if the context was ever placed elsewhere.

@@ -49,9 +49,7 @@ bool CCloneExpressionNode::Init()
         "numobjectsy", "numobjectsz", "aspect", "time", "pos.x", "pos.y", "pos.z", "rot.x", "rot.y", "rot.z",
         "scale.x",     "scale.y", "scale.z", "col.r", "col.g", "col.b",   "col.a"};
     static_assert(std::size(names) == V_Count);
-    for (size_t i = 0; i < V_Count; ++i)
-        m_expressionContext.AddVariable(names[i], &m_variables[i], 0.0);
-    m_expressionContext.BindLists();
+    m_expressionContext.AddVariables(names, m_variables);
     return true;
 }
 

@@ -51,10 +51,8 @@ bool CRibbonsNode::Init()
         "numribbons", "time",     "aspect", "pos.x", "pos.y", "pos.z",    "width",     "col.r", "col.g",    "col.b",
         "col.a"};
     static_assert(std::size(names) == V_Count);
-    for (size_t i = 0; i < V_Count; ++i)
-        m_expressionContext.AddVariable(names[i], &m_variables[i], 0.0);
+    m_expressionContext.AddVariables(names, m_variables);
     m_variables[V_PermRand] = g_random.NextUnit();
-    m_expressionContext.BindLists();
     return true;
 }
 

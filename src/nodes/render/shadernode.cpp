@@ -97,27 +97,13 @@ constexpr const char* kTextureNames[] = {"tex1", "tex2", "tex3"};
 template <>
 CNodeDeclaration DeclareNode<CShaderNode>()
 {
-    const std::vector<SChoice> blends = {
-        {0, "Zero"},
-        {1, "One"},
-        {2, "Source Color"},
-        {3, "Destination Color"},
-        {4, "Inverse Source Color"},
-        {5, "Inverse Destination Color"},
-        {6, "Source Alpha"},
-        {7, "Destination Alpha"},
-        {8, "Inverse Source Alpha"},
-        {9, "Inverse Destination Alpha"},
-        {10, "Source Alpha Saturate"},
-    };
-    const std::vector<SChoice> cullModes = {
-        {0, "None"}, {1, "Cull forward facing polygons"}, {2, "Cull backward facing polygons"}};
+    const std::vector<SChoice>& blends = BlendModeChoices();
     return {
         In(&CShaderNode::m_depthTest, "DepthTest", "Test any written values against the depth buffer", true),
         In(&CShaderNode::m_depthWrite, "DepthWrite", "Write to the depth buffer when rendering new objects", true),
         In(&CShaderNode::m_srcBlend, "SrcBlend", "Source blend mode", {1, 0, 11, blends}),
         In(&CShaderNode::m_dstBlend, "DstBlend", "Destination blend mode", {0, 0, 11, blends}),
-        In(&CShaderNode::m_cullMode, "CullMode", "Cull mode", {2, 0, 2, cullModes}),
+        In(&CShaderNode::m_cullMode, "CullMode", "Cull mode", {2, 0, 2, CullModeChoices()}),
         InEach(&CShaderNode::m_vectorPorts, "In", "123", "Input vector #", {{0, 0, 0}, 0.001f, 10000.0f}),
         InEach(&CShaderNode::m_colorPorts, "Color", "12", "Input color #", {{1, 1, 1, 1}}),
         In(&CShaderNode::m_shader, "Shader", kShaderDescription, kDefaultFragment),
@@ -135,6 +121,10 @@ const SEffectDialect& CShaderNode::Dialect()
     static const SEffectDialect dialect{kFastNoiseSampler, kPermutationSamplers, kVertexInput, kDeclarations,
                                         kTextureNames, kParamNames};
     return dialect;
+}
+
+CShaderNode::CShaderNode() : CPDComposedEffect(Dialect(), P_Color, P_Tex1)
+{
 }
 
 CShaderNode::~CShaderNode()
@@ -209,7 +199,7 @@ bool CShaderNode::RestoreDevice(CRender* render)
 
 void CShaderNode::InvalidateDevice(CRender*)
 {
-    m_heldTextures.fill(nullptr);
+    DropTextures();
     m_compiled.Reset();
 }
 
@@ -225,12 +215,7 @@ CFxPass* CShaderNode::Begin()
     if (CFxParam& target = m_compiled.Param(P_TargetSize))
         target.SetVector4(sizeOf(width, height).data());
 
-    // Before any state is touched: a source may render to make its texture.
-    for (size_t i = 0; i < NumTextures; ++i) {
-        CPDTexture* source = m_texturePorts[i]->m_value;
-        if (!m_texturePorts[i]->m_connections.empty() && m_compiled.Param(P_Tex1 + i) && source)
-            m_heldTextures[i] = source->GetTexture(m_render);
-    }
+    HoldTextures(m_texturePorts);
 
     if (CRenderStateManager* states = m_render->GetStateManager()) {
         states->m_states.m_flags |= int32_t(m_setMask);
@@ -255,62 +240,10 @@ CFxPass* CShaderNode::Begin()
     }
     if (CFxParam& frame = m_compiled.Param(P_FrameNr))
         frame.SetFloat(m_frame);
-    for (size_t i = 0; i < NumTextures; ++i) {
-        const CTexture* texture = m_heldTextures[i].get();
-        if (texture && m_compiled.Param(P_Tex1Size + i))
-            m_compiled.Param(P_Tex1Size + i).SetVector4(sizeOf(float(texture->m_width), float(texture->m_height)).data());
-    }
-    for (size_t i = 0; i < NumTextures; ++i)
-        if (m_compiled.Param(P_Tex1 + i))
-            m_compiled.Fx()->SetTexture(m_compiled.Param(P_Tex1 + i), m_heldTextures[i]);
+    BindTextures(P_Tex1Size, [&](CFxParam& size, const CTexture& texture) {
+        size.SetVector4(sizeOf(float(texture.m_width), float(texture.m_height)).data());
+    });
     if (m_render->GetRenderData())
         m_compiled.BindNoiseTextures(m_render->GetRenderData()->GetNoiseTextures());
     return m_compiled.Technique()->FirstPass();
-}
-
-void CShaderNode::BeginPass(CFxPass* pass)
-{
-    if (pass)
-        pass->SetState();
-}
-
-CFxPass* CShaderNode::NextPass(CFxPass*)
-{
-    return m_compiled.Technique() ? m_compiled.Technique()->NextPass() : nullptr;
-}
-
-void CShaderNode::EndPass(CFxPass* pass)
-{
-    if (pass)
-        pass->ResetState();
-}
-
-void CShaderNode::End()
-{
-    // A held texture would keep its source's target out of the pool.
-    for (size_t i = 0; i < NumTextures; ++i) {
-        if (m_compiled.Fx() && m_compiled.Param(P_Tex1 + i) && m_heldTextures[i])
-            m_compiled.Fx()->SetTexture(m_compiled.Param(P_Tex1 + i), nullptr);
-        m_heldTextures[i].reset();
-    }
-}
-
-void CShaderNode::SetColor(const float* rgba)
-{
-    std::copy_n(rgba, 4, m_color);
-}
-
-void CShaderNode::SetWorld(int, const float* matrix)
-{
-    if (m_compiled.Fx())
-        std::copy_n(matrix, 16, m_compiled.Fx()->m_world.begin());
-}
-
-void CShaderNode::CommitChanges(CRender* render)
-{
-    if (!m_compiled.Fx())
-        return;
-    if (CFxParam& color = m_compiled.Param(P_Color))
-        color.SetVector4(m_color);
-    m_compiled.Fx()->UpdateParameters(render);
 }

@@ -24,9 +24,10 @@ class CTexture;
 // holds VS_Program, PS_Program and whatever they need; the node writes the
 // declarations the fragment uses, the samplers of connected textures and a
 // default technique around it, and publishes the compiled effect.
-class CShaderNode : public CNode, public CPDEffect
+class CShaderNode : public CNode, public CPDComposedEffect
 {
 public:
+    CShaderNode();
     ~CShaderNode() override;
     bool Init() override;
     void Update(float time, CSceneContext* context) override;
@@ -34,13 +35,6 @@ public:
     void InvalidateDevice(CRender* render) override;
 
     CFxPass* Begin() override;
-    void BeginPass(CFxPass* pass) override;
-    CFxPass* NextPass(CFxPass* pass) override;
-    void EndPass(CFxPass* pass) override;
-    void End() override;
-    void SetColor(const float* rgba) override;
-    void SetWorld(int index, const float* matrix) override;
-    void CommitChanges(CRender* render) override;
 
     bool HasTechnique() const { return m_compiled.Technique() != nullptr; }
     // The whole text handed to the compiler at the last RestoreDevice.
@@ -69,11 +63,8 @@ private:
     float m_time = 0.0f;
     // The text written around the fragment, the same for every node of the type.
     static const SEffectDialect& Dialect();
-    CComposedEffect m_compiled{Dialect()};
-    std::array<std::shared_ptr<CTexture>, NumTextures> m_heldTextures;
     uint32_t m_setMask = 0;
     uint32_t m_clearMask = 0;
-    float m_color[4] = {1, 1, 1, 1};
 
     CExpressionContext m_expressionContext;
     // The expression's variables, bound by address in this order.

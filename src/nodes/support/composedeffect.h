@@ -1,6 +1,7 @@
 #pragma once
 
 #include "render/fx.h"
+#include "scene/pdeffect.h"
 
 #include <array>
 #include <memory>
@@ -11,6 +12,19 @@
 class CNoiseTextures;
 class CPortTexture;
 class CRender;
+class CTexture;
+
+struct SChoice;
+
+// The noise samplers as the CopyTexture and text nodes write them, with the
+// GL names of the address modes (the permutation samplers end with the
+// include of the noise functions).
+extern const char* const kWrapFastNoiseSampler;
+extern const char* const kWrapPermutationSamplers;
+
+// The entries of the blend and cull ports of nodes with a composed effect.
+const std::vector<SChoice>& BlendModeChoices();
+const std::vector<SChoice>& CullModeChoices();
 
 // A declaration added to the header when the fragment names it.
 struct SEffectDeclaration
@@ -75,4 +89,52 @@ private:
     std::vector<CFxParam> m_params = std::vector<CFxParam>(m_dialect.paramNames.size());
     // Dimension of each texture port's record when the text was composed.
     std::vector<int> m_samplerDimensions = std::vector<int>(m_dialect.textureNames.size());
+};
+
+// The CPDEffect of a node whose effect is composed: passes, the colour, the
+// world and the commit go to the compiled effect, and the textures of the
+// node's texture ports are held from Begin to End.
+class CPDComposedEffect : public CPDEffect
+{
+public:
+    void BeginPass(CFxPass* pass) override;
+    CFxPass* NextPass(CFxPass* pass) override;
+    void EndPass(CFxPass* pass) override;
+    void End() override;
+    void SetColor(const float* rgba) override;
+    void SetWorld(int index, const float* matrix) override;
+    void CommitChanges(CRender* render) override;
+
+    static constexpr size_t MaxTextures = 3;
+
+protected:
+    // `colorParam` and `firstTextureParam` index the dialect's parameters:
+    // `color` and the first of the texture samplers, one per texture port.
+    CPDComposedEffect(const SEffectDialect& dialect, size_t colorParam, size_t firstTextureParam);
+
+    // Asks each connected source whose sampler the text declares for its
+    // texture; before any state is set, as a source may render to make it.
+    void HoldTextures(std::span<CPortTexture* const> ports);
+    // Binds the held textures to their samplers; `sizeParam` indexes the
+    // first size parameter, which gets `setSize` for each held texture.
+    template <class TSetSize>
+    void BindTextures(size_t sizeParam, TSetSize&& setSize)
+    {
+        for (size_t i = 0; i < m_textureCount; ++i) {
+            if (m_heldTextures[i] && m_compiled.Param(sizeParam + i))
+                setSize(m_compiled.Param(sizeParam + i), *m_heldTextures[i]);
+            if (m_compiled.Param(m_firstTextureParam + i))
+                m_compiled.Fx()->SetTexture(m_compiled.Param(m_firstTextureParam + i), m_heldTextures[i]);
+        }
+    }
+    void DropTextures() { m_heldTextures.fill(nullptr); }
+
+    CComposedEffect m_compiled;
+
+private:
+    size_t m_colorParam;
+    size_t m_firstTextureParam;
+    size_t m_textureCount;
+    std::array<std::shared_ptr<CTexture>, MaxTextures> m_heldTextures;
+    float m_color[4] = {1, 1, 1, 1};
 };

@@ -29,14 +29,6 @@ constexpr const char* kShaderDescription =
     "Cgfx shader to be used.\n\t\t\t\t\t\tInputs are "
     "in1.x/y/z,color1,color2,color3,texfont,tex1,tex2,tex1size,tex2size.\n\t\t\t\t\t\tVSInput contains pos,col,tex";
 
-constexpr const char* kFastNoiseSampler =
-    "sampler3D gFastPerlinNoiseSampler = sampler_state { MinFilter = Linear; MagFilter = Linear; WrapS = Repeat; "
-    "WrapT = Repeat; WrapR = Repeat; };\n";
-constexpr const char* kPermutationSamplers =
-    "sampler1D gPermutation1dSampler = sampler_state { MinFilter = Point; MagFilter = Point; WrapS = Repeat; };\n"
-    "sampler2D gPermutation2dSampler = sampler_state { MinFilter = Point; MagFilter = Point; WrapS = Repeat; WrapT "
-    "= Repeat; };\n"
-    "#include \"shader.cgh\"\n";
 constexpr const char* kFontSampler = "sampler texfont = sampler_state { MinFilter = LinearMipMapLinear; MagFilter = "
                                      "Linear; WrapS = ClampToEdge; WrapT = ClampToEdge; };\n";
 constexpr const char* kVertexInput = "struct VSInput{float3 pos:ATTR0;float4 col:ATTR3;float2 tex:ATTR8;};";
@@ -58,34 +50,14 @@ constexpr const char* kParamNames[] = {"time",   "in1",      "color",    "color1
 
 constexpr const char* kTextureNames[] = {"tex1", "tex2"};
 
-const std::vector<SChoice>& BlendChoices()
-{
-    static const std::vector<SChoice> choices = {
-        {0, "Zero"},
-        {1, "One"},
-        {2, "Source Color"},
-        {3, "Destination Color"},
-        {4, "Inverse Source Color"},
-        {5, "Inverse Destination Color"},
-        {6, "Source Alpha"},
-        {7, "Destination Alpha"},
-        {8, "Inverse Source Alpha"},
-        {9, "Inverse Destination Alpha"},
-        {10, "Source Alpha Saturate"},
-    };
-    return choices;
-}
-
 } // namespace
 
 TPorts<CTextEffectNode> CTextEffectNode::StatePorts()
 {
-    const std::vector<SChoice> cullModes = {
-        {0, "None"}, {1, "Cull forward facing polygons"}, {2, "Cull backward facing polygons"}};
     return {
-        In(&CTextEffectNode::m_srcBlend, "SrcBlend", "Source blend mode", {6, 0, 11, BlendChoices()}),
-        In(&CTextEffectNode::m_dstBlend, "DstBlend", "Destination blend mode", {8, 0, 11, BlendChoices()}),
-        In(&CTextEffectNode::m_cullMode, "CullMode", "Cull mode", {2, 0, 2, cullModes}),
+        In(&CTextEffectNode::m_srcBlend, "SrcBlend", "Source blend mode", {6, 0, 11, BlendModeChoices()}),
+        In(&CTextEffectNode::m_dstBlend, "DstBlend", "Destination blend mode", {8, 0, 11, BlendModeChoices()}),
+        In(&CTextEffectNode::m_cullMode, "CullMode", "Cull mode", {2, 0, 2, CullModeChoices()}),
     };
 }
 
@@ -104,9 +76,13 @@ TPorts<CTextEffectNode> CTextEffectNode::EffectPorts()
 const SEffectDialect& CTextEffectNode::Dialect()
 {
     static_assert(std::size(kParamNames) == P_Count);
-    static const SEffectDialect dialect{kFastNoiseSampler, kPermutationSamplers, kVertexInput, kDeclarations,
-                                        kTextureNames,     kParamNames,          kFontSampler,  true};
+    static const SEffectDialect dialect{kWrapFastNoiseSampler, kWrapPermutationSamplers, kVertexInput, kDeclarations,
+                                        kTextureNames, kParamNames, kFontSampler, true};
     return dialect;
+}
+
+CTextEffectNode::CTextEffectNode() : CPDComposedEffect(Dialect(), P_Color, P_Tex1)
+{
 }
 
 CTextEffectNode::~CTextEffectNode()
@@ -142,7 +118,7 @@ bool CTextEffectNode::RestoreDevice(CRender* render)
 
 void CTextEffectNode::InvalidateDevice(CRender* render)
 {
-    m_heldTextures.fill(nullptr);
+    DropTextures();
     m_compiled.Reset();
     if (render)
         m_font.InvalidateDevice(render);
@@ -158,12 +134,7 @@ CFxPass* CTextEffectNode::Begin()
 {
     if (!m_compiled.Technique() || !m_render)
         return nullptr;
-    // Before any state is touched: a source may render to make its texture.
-    for (size_t i = 0; i < NumTextures; ++i) {
-        CPDTexture* source = m_texturePorts[i]->m_value;
-        if (!m_texturePorts[i]->m_connections.empty() && m_compiled.Param(P_Tex1 + i) && source)
-            m_heldTextures[i] = source->GetTexture(m_render);
-    }
+    HoldTextures(m_texturePorts);
     if (CRenderStateManager* states = m_render->GetStateManager()) {
         states->m_states.m_flags &= ~int32_t(RS_DepthTest | RS_DepthWrite);
         states->m_states.m_cullMode = m_cullMode->m_value;
@@ -179,64 +150,12 @@ CFxPass* CTextEffectNode::Begin()
         time.SetFloat(m_time);
     if (m_compiled.Param(P_TexFont))
         m_compiled.Fx()->SetTexture(m_compiled.Param(P_TexFont), m_font.GetTexture(m_render));
-    for (size_t i = 0; i < NumTextures; ++i) {
-        const CTexture* texture = m_heldTextures[i].get();
-        if (texture && m_compiled.Param(P_Tex1Size + i)) {
-            const float size[2] = {float(texture->m_width), float(texture->m_height)};
-            m_compiled.Param(P_Tex1Size + i).SetVector2(size);
-        }
-    }
-    for (size_t i = 0; i < NumTextures; ++i)
-        if (m_compiled.Param(P_Tex1 + i))
-            m_compiled.Fx()->SetTexture(m_compiled.Param(P_Tex1 + i), m_heldTextures[i]);
+    // Width and height only, unlike the Shader node's sizes.
+    BindTextures(P_Tex1Size, [](CFxParam& size, const CTexture& texture) {
+        const float extent[2] = {float(texture.m_width), float(texture.m_height)};
+        size.SetVector2(extent);
+    });
     if (m_render->GetRenderData())
         m_compiled.BindNoiseTextures(m_render->GetRenderData()->GetNoiseTextures());
     return m_compiled.Technique()->FirstPass();
-}
-
-void CTextEffectNode::BeginPass(CFxPass* pass)
-{
-    if (pass)
-        pass->SetState();
-}
-
-CFxPass* CTextEffectNode::NextPass(CFxPass*)
-{
-    return m_compiled.Technique() ? m_compiled.Technique()->NextPass() : nullptr;
-}
-
-void CTextEffectNode::EndPass(CFxPass* pass)
-{
-    if (pass)
-        pass->ResetState();
-}
-
-void CTextEffectNode::End()
-{
-    // A held texture would keep its source's target out of the pool.
-    for (size_t i = 0; i < NumTextures; ++i) {
-        if (m_compiled.Fx() && m_compiled.Param(P_Tex1 + i) && m_heldTextures[i])
-            m_compiled.Fx()->SetTexture(m_compiled.Param(P_Tex1 + i), nullptr);
-        m_heldTextures[i].reset();
-    }
-}
-
-void CTextEffectNode::SetColor(const float* rgba)
-{
-    std::copy_n(rgba, 4, m_color);
-}
-
-void CTextEffectNode::SetWorld(int, const float* matrix)
-{
-    if (m_compiled.Fx())
-        std::copy_n(matrix, 16, m_compiled.Fx()->m_world.begin());
-}
-
-void CTextEffectNode::CommitChanges(CRender* render)
-{
-    if (!m_compiled.Fx())
-        return;
-    if (CFxParam& color = m_compiled.Param(P_Color))
-        color.SetVector4(m_color);
-    m_compiled.Fx()->UpdateParameters(render);
 }

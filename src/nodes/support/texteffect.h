@@ -3,7 +3,6 @@
 #include "nodes/support/composedeffect.h"
 #include "render/font.h"
 #include "scene/node.h"
-#include "scene/pdeffect.h"
 #include "scene/pdobject.h"
 
 #include <array>
@@ -23,9 +22,10 @@ class TPorts;
 // The common part of the text nodes (TextWriter, Clock): a font whose quads
 // are the drawn object, and an effect of their own composed around the
 // author's fragment, with the font's page as `texfont`.
-class CTextEffectNode : public CNode, public CPDObject, public CPDEffect
+class CTextEffectNode : public CNode, public CPDObject, public CPDComposedEffect
 {
 public:
+    CTextEffectNode();
     // Their rows in a node's port table: the blend and cull ports, then the
     // shader's inputs, textures and the Object output.
     static TPorts<CTextEffectNode> StatePorts();
@@ -37,13 +37,6 @@ public:
     void BuildRenderList(CRenderList* list, CRenderItemList* parents, CCamera* camera) override;
 
     CFxPass* Begin() override;
-    void BeginPass(CFxPass* pass) override;
-    CFxPass* NextPass(CFxPass* pass) override;
-    void EndPass(CFxPass* pass) override;
-    void End() override;
-    void SetColor(const float* rgba) override;
-    void SetWorld(int index, const float* matrix) override;
-    void CommitChanges(CRender* render) override;
 
     bool HasTechnique() const { return m_compiled.Technique() != nullptr; }
     const std::string& GetComposedText() const { return m_compiled.ComposedText(); }
@@ -75,12 +68,9 @@ private:
     std::array<CPortTexture*, NumTextures> m_texturePorts{};
     CPortObject* m_objectOut = nullptr;
 
-    CComposedEffect m_compiled{Dialect()};
-    std::array<std::shared_ptr<CTexture>, NumTextures> m_heldTextures;
     float m_in[3] = {};
     float m_colors[3][4] = {};
     float m_time = 0.0f;
-    float m_color[4] = {1, 1, 1, 1};
     std::string m_fontPath;
 
     enum EParam

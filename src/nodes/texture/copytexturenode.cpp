@@ -31,14 +31,6 @@ constexpr const char* kShaderDescription =
     "tex1size,tex2size,tex3size.\n\t\t\t\t\t\tVSInput contains pos,col,tex,normal,tangent,binormal\n\t\t\t\t\t\t"
     "The size variables store width and height in xy.";
 
-constexpr const char* kFastNoiseSampler =
-    "sampler3D gFastPerlinNoiseSampler = sampler_state { MinFilter = Linear; MagFilter = Linear; WrapS = Repeat; "
-    "WrapT = Repeat; WrapR = Repeat; };\n";
-constexpr const char* kPermutationSamplers =
-    "sampler1D gPermutation1dSampler = sampler_state { MinFilter = Point; MagFilter = Point; WrapS = Repeat; };\n"
-    "sampler2D gPermutation2dSampler = sampler_state { MinFilter = Point; MagFilter = Point; WrapS = Repeat; WrapT "
-    "= Repeat; };\n"
-    "#include \"shader.cgh\"\n";
 constexpr const char* kVertexInput = "struct VSInput{float3 pos:ATTR0;float4 col:ATTR3;float2 tex:ATTR8;float4 "
                                      "normal:ATTR2;float4 tangent:ATTR14;float4 binormal:ATTR15;};";
 
@@ -115,7 +107,7 @@ CNodeDeclaration DeclareNode<CCopyTextureNode>()
 const SEffectDialect& CCopyTextureNode::Dialect()
 {
     static_assert(std::size(kParamNames) == P_Count);
-    static const SEffectDialect dialect{kFastNoiseSampler, kPermutationSamplers, kVertexInput, kDeclarations,
+    static const SEffectDialect dialect{kWrapFastNoiseSampler, kWrapPermutationSamplers, kVertexInput, kDeclarations,
                                         kTextureNames, kParamNames};
     return dialect;
 }
