@@ -3,8 +3,8 @@
 // character), and Clone drawing a cube many times through the render list
 // (BM_Clone, per clone). Each frame is a scene's update and draw.
 
-#include "benchgl.h"
 #include "app/paths.h"
+#include "benchgl.h"
 #include "nodes/nodetypes.h"
 #include "ports/port.h"
 #include "render/fxmanager.h"

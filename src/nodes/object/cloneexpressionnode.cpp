@@ -45,9 +45,9 @@ CNodeDeclaration DeclareNode<CCloneExpressionNode>()
 bool CCloneExpressionNode::Init()
 {
     static constexpr const char* names[] = {
-        "in1",         "in2",    "in3",   "in4",   "in5",   "x",       "y",       "z",       "numobjectsx",
-        "numobjectsy", "numobjectsz", "aspect", "time", "pos.x", "pos.y", "pos.z", "rot.x", "rot.y", "rot.z",
-        "scale.x",     "scale.y", "scale.z", "col.r", "col.g", "col.b",   "col.a"};
+        "in1",         "in2",         "in3",     "in4",     "in5",   "x",     "y",     "z",     "numobjectsx",
+        "numobjectsy", "numobjectsz", "aspect",  "time",    "pos.x", "pos.y", "pos.z", "rot.x", "rot.y",
+        "rot.z",       "scale.x",     "scale.y", "scale.z", "col.r", "col.g", "col.b", "col.a"};
     static_assert(std::size(names) == V_Count);
     m_expressionContext.AddVariables(names, m_variables);
     return true;
@@ -128,8 +128,8 @@ void CCloneExpressionNode::FillSquares()
 {
     m_squares.Resize(m_count);
     SQuad* quad = m_squares.GetQuads();
-    static constexpr float corners[4][4] = {{-0.5f, -0.5f, 0, 0}, {-0.5f, 0.5f, 0, 1}, {0.5f, -0.5f, 1, 0},
-                                            {0.5f, 0.5f, 1, 1}};
+    static constexpr float corners[4][4] = {
+        {-0.5f, -0.5f, 0, 0}, {-0.5f, 0.5f, 0, 1}, {0.5f, -0.5f, 1, 0}, {0.5f, 0.5f, 1, 1}};
     for (int i = 0; i < m_count; ++i, ++quad) {
         const CMatrix& m = m_worlds[size_t(i)];
         const SColor4& c = m_colors[size_t(i)];
@@ -139,14 +139,14 @@ void CCloneExpressionNode::FillSquares()
         const SVec3 binormal = FastNormalize({-m[4], -m[5], -m[6]});
         for (size_t k = 0; k < 4; ++k) {
             const float cx = corners[k][0], cy = corners[k][1];
-            quad->v[k] = SVertexPNTBTC{{cx * m[0] + cy * m[4] + m[12], cx * m[1] + cy * m[5] + m[13],
-                                        cx * m[2] + cy * m[6] + m[14]},
-                                       color,
-                                       {corners[k][2], corners[k][3]},
-                                       {normal.x, normal.y, normal.z},
-                                       {tangent.x, tangent.y, tangent.z},
-                                       {binormal.x, binormal.y, binormal.z},
-                                       0};
+            quad->v[k] = SVertexPNTBTC{
+                {cx * m[0] + cy * m[4] + m[12], cx * m[1] + cy * m[5] + m[13], cx * m[2] + cy * m[6] + m[14]},
+                color,
+                {corners[k][2], corners[k][3]},
+                {normal.x, normal.y, normal.z},
+                {tangent.x, tangent.y, tangent.z},
+                {binormal.x, binormal.y, binormal.z},
+                0};
         }
     }
 }

@@ -46,10 +46,10 @@ CNodeDeclaration DeclareNode<CRibbonsNode>()
 
 bool CRibbonsNode::Init()
 {
-    static constexpr const char* names[] = {
-        "in1",      "in2",        "in3",  "in4",    "in5",   "deltatime", "scenetime", "perm",  "permrand", "ribbonnr",
-        "numribbons", "time",     "aspect", "pos.x", "pos.y", "pos.z",    "width",     "col.r", "col.g",    "col.b",
-        "col.a"};
+    static constexpr const char* names[] = {"in1",       "in2",   "in3",      "in4",      "in5",        "deltatime",
+                                            "scenetime", "perm",  "permrand", "ribbonnr", "numribbons", "time",
+                                            "aspect",    "pos.x", "pos.y",    "pos.z",    "width",      "col.r",
+                                            "col.g",     "col.b", "col.a"};
     static_assert(std::size(names) == V_Count);
     m_expressionContext.AddVariables(names, m_variables);
     m_variables[V_PermRand] = g_random.NextUnit();

@@ -62,9 +62,9 @@ CNodeDeclaration DeclareNode<CTextWriterNode>()
 
 bool CTextWriterNode::Init()
 {
-    static constexpr const char* names[] = {"pos.x", "pos.y",  "pos.z",    "rot.x",   "rot.y",  "rot.z",  "col.r",
-                                            "col.g", "col.b",  "col.a",    "charnr",  "numchars", "linenr",
-                                            "numlines", "time", "permrand", "width",  "height", "age"};
+    static constexpr const char* names[] = {"pos.x", "pos.y",    "pos.z", "rot.x",  "rot.y",    "rot.z",  "col.r",
+                                            "col.g", "col.b",    "col.a", "charnr", "numchars", "linenr", "numlines",
+                                            "time",  "permrand", "width", "height", "age"};
     static_assert(std::size(names) == V_Count);
     m_expressionContext.AddVariables(names, m_variables);
     m_variables[V_PermRand] = g_random.NextUnit();

@@ -130,10 +130,11 @@ void CComposedEffect::BindNoiseTextures(CNoiseTextures* noise)
 }
 
 CPDComposedEffect::CPDComposedEffect(const SEffectDialect& dialect, size_t colorParam, size_t firstTextureParam)
-    : m_compiled(dialect), m_colorParam(colorParam), m_firstTextureParam(firstTextureParam),
+    : m_compiled(dialect),
+      m_colorParam(colorParam),
+      m_firstTextureParam(firstTextureParam),
       m_textureCount(std::min(dialect.textureNames.size(), MaxTextures))
-{
-}
+{}
 
 void CPDComposedEffect::HoldTextures(std::span<CPortTexture* const> ports)
 {

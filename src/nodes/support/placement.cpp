@@ -5,8 +5,8 @@
 
 CMatrix PlacementMatrix(const float* position, const float* rotation, const float* scale)
 {
-    CMatrix m = MatrixRotation(rotation[0] * DegreesToRadians, rotation[1] * DegreesToRadians,
-                               rotation[2] * DegreesToRadians);
+    CMatrix m =
+        MatrixRotation(rotation[0] * DegreesToRadians, rotation[1] * DegreesToRadians, rotation[2] * DegreesToRadians);
     for (size_t row = 0; row < 3; ++row)
         for (size_t column = 0; column < 3; ++column)
             m[row * 4 + column] *= scale[row];

@@ -45,7 +45,7 @@ constexpr SEffectDeclaration kDeclarations[] = {
     {"tex2size", "float2 tex2size;\n"},
 };
 
-constexpr const char* kParamNames[] = {"time",   "in1",      "color",    "color1", "color2", "color3",
+constexpr const char* kParamNames[] = {"time",    "in1",      "color",    "color1", "color2", "color3",
                                        "texfont", "tex1size", "tex2size", "tex1",   "tex2"};
 
 constexpr const char* kTextureNames[] = {"tex1", "tex2"};
@@ -76,14 +76,15 @@ TPorts<CTextEffectNode> CTextEffectNode::EffectPorts()
 const SEffectDialect& CTextEffectNode::Dialect()
 {
     static_assert(std::size(kParamNames) == P_Count);
-    static const SEffectDialect dialect{kWrapFastNoiseSampler, kWrapPermutationSamplers, kVertexInput, kDeclarations,
-                                        kTextureNames, kParamNames, kFontSampler, true};
+    static const SEffectDialect dialect{kWrapFastNoiseSampler, kWrapPermutationSamplers,
+                                        kVertexInput,          kDeclarations,
+                                        kTextureNames,         kParamNames,
+                                        kFontSampler,          true};
     return dialect;
 }
 
 CTextEffectNode::CTextEffectNode() : CPDComposedEffect(Dialect(), P_Color, P_Tex1)
-{
-}
+{}
 
 CTextEffectNode::~CTextEffectNode()
 {

@@ -68,8 +68,8 @@ private:
     {
         for (CRenderItem* child : item->m_children) {
             if (child->m_mesh)
-                placed.push_back({child->m_world[12], child->m_world[13], child->m_world[14], child->m_color,
-                                  child->m_world});
+                placed.push_back(
+                    {child->m_world[12], child->m_world[13], child->m_world[14], child->m_color, child->m_world});
             Collect(child, placed);
         }
     }

@@ -27,8 +27,9 @@ TEST(Ribbons, GrowAPointAPassAndKeepTheirWidth)
     CValueGraph::Set(ribbons, "NumPoints", "5");
     CValueGraph::Set(ribbons, "EvaluationsPerSec", "10");
     // Circles in a plane facing the default camera, each ribbon its own width.
-    CValueGraph::Set(ribbons, "Expression", "pos.x = sin(time*3)*ribbonnr; pos.y = cos(time*3)*ribbonnr; pos.z = 4;"
-                                            "width = ribbonnr*0.05 + 0.1;");
+    CValueGraph::Set(ribbons, "Expression",
+                     "pos.x = sin(time*3)*ribbonnr; pos.y = cos(time*3)*ribbonnr; pos.z = 4;"
+                     "width = ribbonnr*0.05 + 0.1;");
     const CRenderVolumeLines& lines = ribbons->GetLines();
     // Ten passes in a second, of which the rings keep the last five.
     graph.Frame(ribbons, 0.15f);

@@ -59,9 +59,9 @@ TEST_F(TextNodes, TheClockShowsTheTimeInEachFormat)
         const char* text;
     };
     const Case cases[] = {
-        {At(22, 31, 42), 0, "22:31"},       {At(22, 31, 42), 1, "22:31:42"},    {At(22, 31, 42), 2, "10:31 PM"},
-        {At(22, 31, 42), 3, "10:31:42 PM"}, {At(0, 5, 0), 2, "12:05 AM"},       {At(12, 5, 0), 2, "12:05 PM"},
-        {At(11, 59, 9), 3, "11:59:09 AM"},  {At(13, 0, 0), 2, "01:00 PM"},      {At(7, 3, 4), 1, "07:03:04"},
+        {At(22, 31, 42), 0, "22:31"},       {At(22, 31, 42), 1, "22:31:42"}, {At(22, 31, 42), 2, "10:31 PM"},
+        {At(22, 31, 42), 3, "10:31:42 PM"}, {At(0, 5, 0), 2, "12:05 AM"},    {At(12, 5, 0), 2, "12:05 PM"},
+        {At(11, 59, 9), 3, "11:59:09 AM"},  {At(13, 0, 0), 2, "01:00 PM"},   {At(7, 3, 4), 1, "07:03:04"},
     };
     for (const Case& c : cases)
         EXPECT_EQ(CClockNode::Format(c.time, c.format), c.text) << c.format;
@@ -130,8 +130,9 @@ TEST_F(TextNodes, TheExpressionShapesACharacterUntilItsTimeIsUp)
     CValueGraph::Set(writer, "TextLines", "Hi");
     CValueGraph::Set(writer, "UseCharsPerSec", "false");
     CValueGraph::Set(writer, "CharExpressionTime", "1");
-    CValueGraph::Set(writer, "Expression", "pos.y = pos.y + 2*(1-age) + linenr; width = width*2; col.a = age; "
-                                           "rot.z = equal(charnr, 1)*90*(1-age);");
+    CValueGraph::Set(writer, "Expression",
+                     "pos.y = pos.y + 2*(1-age) + linenr; width = width*2; col.a = age; "
+                     "rot.z = equal(charnr, 1)*90*(1-age);");
     // Where the font itself puts the glyphs.
     CFont plain;
     ASSERT_EQ(plain.Load(std::string(LUMORA_DATA_DIR) + "/nodedata/fonts/font1.fnt", 10), 0);
