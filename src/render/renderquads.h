@@ -16,6 +16,7 @@ public:
     void Resize(int quads);
     int GetCount() const { return m_count; }
     SQuad* GetQuads() { return m_quads.data(); }
+    const SQuad* GetQuads() const { return m_quads.data(); }
 
     // Writes a flat strip from `a` to `b` at `destination`, split into
     // `across` by `along` quads (one quad when both are below 2), and
