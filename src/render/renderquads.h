@@ -29,6 +29,9 @@ public:
     void AddToRenderList(CRenderList* list, CRenderItemList* parents, CCamera* view, CPDEffect* effect,
                          int count = 0);
     void Draw(CRender* render) override;
+    // Draws the first `count` quads, or all, at once: for an owner that is
+    // a step of the render chain and draws in its own passes.
+    void DrawNow(CRender* render, int count = 0);
 
 private:
     std::vector<SQuad> m_quads;
