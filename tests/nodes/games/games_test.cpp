@@ -3,6 +3,7 @@
 // however long it plays.
 
 #include "app/random.h"
+#include "nodes/games/asteroidsnode.h"
 #include "nodes/games/mazenode.h"
 #include "nodes/games/pingpongnode.h"
 #include "nodes/value/valuegraph.h"
@@ -205,4 +206,52 @@ TEST_F(Games, TheMazeWalkerNeverPassesThroughAWall)
     EXPECT_GT(steps, 100);
     EXPECT_GT(deadEndTurns, 3);
     EXPECT_GT(turningFrames, 0);
+}
+
+TEST_F(Games, AsteroidsKeepsItsRocksInTheirSlotsAndStartsTheNextLevelOnAnEmptyField)
+{
+    auto* game = Add<CAsteroidsNode>("Asteroids");
+    m_graph.Set(game, "NumAsteroids", "4");
+    m_graph.Set(game, "NumFragments", "2");
+    m_graph.Set(game, "LevelTime", "100000"); // only an empty field ends a level
+    m_graph.m_context.m_aspect = 16.0f / 9.0f;
+    Frame(game);
+    ASSERT_EQ(game->GetSlotCount(), 8);
+    int levels = game->GetLevelCount(), exploded = 0;
+    for (int frame = 0; frame < 20 * 60 * 30; ++frame) {
+        const int levelBefore = game->GetLevelCount();
+        Frame(game);
+        const float W = game->GetFieldWidth(), H = game->GetFieldHeight();
+        int flying = 0;
+        for (int i = 0; i < game->GetSlotCount(); ++i) {
+            const auto& rock = game->GetAsteroid(i);
+            if (rock.state == CAsteroidsNode::EState::Free)
+                continue;
+            exploded += rock.state == CAsteroidsNode::EState::Exploding && rock.timer > 1.99f ? 1 : 0;
+            flying += rock.state == CAsteroidsNode::EState::Flying ? 1 : 0;
+            // Rocks wrap round once half their radius is past an edge.
+            ASSERT_GE(rock.x, -rock.radius) << frame;
+            ASSERT_LE(rock.x, W + rock.radius) << frame;
+            ASSERT_GE(rock.y, -rock.radius) << frame;
+            ASSERT_LE(rock.y, H + rock.radius) << frame;
+        }
+        for (int b = 0; b < CAsteroidsNode::BulletSlots; ++b) {
+            const auto& bullet = game->GetBullet(b);
+            if (bullet.alive) {
+                ASSERT_TRUE(bullet.x >= 0.0f && bullet.x <= W && bullet.y >= 0.0f && bullet.y <= H) << frame;
+            }
+        }
+        const auto& ship = game->GetShip();
+        ASSERT_TRUE(ship.x >= 0.0f && ship.x <= W && ship.y >= 0.0f && ship.y <= H) << frame;
+        // Ship, bullets and every slot's outline: never more lines than that.
+        ASSERT_LE(game->GetLines().GetCount(), 4 + CAsteroidsNode::BulletSlots + 8 * CAsteroidsNode::Segments);
+        if (game->GetLevelCount() != levelBefore) {
+            // A new level: all its large rocks fly again.
+            EXPECT_EQ(flying, 4) << frame;
+            ++levels;
+        }
+    }
+    // The ship clears the field again and again.
+    EXPECT_GT(levels, 10);
+    EXPECT_GT(exploded, 100);
 }
