@@ -2,7 +2,7 @@
 // without detail, shapes that stay near their line, pools that are exactly
 // full when every split branches, and frames that allocate nothing.
 
-#include "allocations.h"
+#include "support/allocationcount.h"
 #include "app/random.h"
 #include "nodes/simulation/lightningnode.h"
 #include "nodes/value/valuegraph.h"

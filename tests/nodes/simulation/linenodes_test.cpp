@@ -2,7 +2,7 @@
 // their counts and bounds over many frames, the edge cases of their rules,
 // and settled frames that allocate nothing.
 
-#include "allocations.h"
+#include "support/allocationcount.h"
 #include "app/random.h"
 #include "nodes/simulation/linebouncenode.h"
 #include "nodes/simulation/linesnode.h"

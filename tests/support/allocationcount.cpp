@@ -1,4 +1,4 @@
-#include "allocations.h"
+#include "support/allocationcount.h"
 
 #include <atomic>
 #include <cstdlib>
