@@ -1,5 +1,5 @@
-// Per-frame cost of the self-playing games and of the line nodes at their
-// default settings on a 16:9 window, with no device: the game or simulation
+// Per-frame cost of the self-playing games, of the line nodes and of
+// Driftcrest at their default settings on a 16:9 window, with no device: the game or simulation
 // step and the filling of the batcher. The Maze's first frame generates the
 // maze; later frames only walk.
 
@@ -34,3 +34,11 @@ BENCHMARK_CAPTURE(BM_LineNode, MatrixTrails, "MatrixTrails")->Unit(benchmark::kM
 BENCHMARK_CAPTURE(BM_LineNode, LineBounce, "LineBounce")->Unit(benchmark::kMicrosecond);
 BENCHMARK_CAPTURE(BM_LineNode, Lines, "Lines")->Unit(benchmark::kMicrosecond);
 BENCHMARK(BM_LineNode_Lines100)->Unit(benchmark::kMicrosecond);
+// Sixteen plates, as the test scene has them; with no effects connected only
+// the stack and its quads are built.
+void BM_Object_Driftcrest(benchmark::State& state)
+{
+    PullNodeFrames(state, "Driftcrest",
+                   {{"NumObjects", "16"}, {"OutlineCol", "1 1 1 1"}, {"PointCol", "1 1 0 1"}}, 16.0f / 9.0f);
+}
+BENCHMARK(BM_Object_Driftcrest)->Unit(benchmark::kMicrosecond);
