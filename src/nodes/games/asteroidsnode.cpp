@@ -1,5 +1,6 @@
 #include "nodes/games/asteroidsnode.h"
 
+#include "app/log.h"
 #include "app/random.h"
 #include "nodes/support/playfield.h"
 #include "ports/types/dataports.h"
@@ -70,9 +71,12 @@ void CAsteroidsNode::AllocateSlots()
 {
     const long rocks = std::clamp(m_numAsteroids->m_value, 1, 100000);
     const long fragments = std::clamp(m_numFragments->m_value, 1, 100000);
-    // The product of two large settings would want gigabytes; a million
-    // rocks is far beyond what the field shows.
-    const long slots = std::min(rocks * fragments, 1000000L);
+    // The product of two large settings would want gigabytes; far fewer
+    // rocks already fill the field.
+    const long slots = std::min(rocks * fragments, long(MaxSlots));
+    if (slots < rocks * fragments)
+        Log("Asteroids \"%s\": %ld asteroids of %ld fragments are too many; %ld slots are used", m_name.c_str(),
+            rocks, fragments, slots);
     m_slots.assign(size_t(slots), SAsteroid{});
     // Room for every line there can be, so that no frame grows the batcher.
     m_lines.Resize(Segments * int(slots) + 14);

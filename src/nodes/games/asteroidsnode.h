@@ -22,6 +22,7 @@ class CAsteroidsNode : public CNode, public CPDObject
 public:
     static constexpr int Segments = 30;
     static constexpr int BulletSlots = 10;
+    static constexpr int MaxSlots = 100000;
 
     struct SShip
     {

@@ -1,5 +1,6 @@
 #include "nodes/simulation/linesnode.h"
 
+#include "app/log.h"
 #include "app/random.h"
 #include "nodes/support/playfield.h"
 #include "ports/types/dataports.h"
@@ -149,20 +150,23 @@ void CLinesNode::Update(float time, CSceneContext* context)
     } else {
         m_accumulator += dt;
     }
-    const int count = int(rate * m_accumulator);
+    const int count = int(std::min(rate * m_accumulator, float(MaxLines)));
 
     bool grew = false;
-    if (m_free < count) {
-        const int more = int(std::max(2.0f * rate, 2.0f * float(count)));
+    if (m_free < count && int(m_pool.size()) < MaxLines) {
+        const int more = std::min(int(std::max(2.0f * rate, 2.0f * float(count))), MaxLines - int(m_pool.size()));
         m_searchStart = int(m_pool.size());
         m_pool.resize(m_pool.size() + size_t(more));
         m_free += more;
         grew = true;
+        if (int(m_pool.size()) == MaxLines)
+            Report("lines");
     }
-    const int sections = std::max(1, m_numSectionsWidth->m_value) * std::max(1, m_numSectionsHeight->m_value);
-    if ((grew || m_numSectionsWidth->m_changed || m_numSectionsHeight->m_changed) &&
-        sections * int(m_pool.size()) > m_quads.GetCount())
-        m_quads.Resize(sections * int(m_pool.size()));
+    const auto [across, along] = Sections();
+    const int sections = across * along;
+    const int wanted = int(std::min<long>(long(sections) * long(m_pool.size()), MaxQuads));
+    if ((grew || m_numSectionsWidth->m_changed || m_numSectionsHeight->m_changed) && wanted > m_quads.GetCount())
+        m_quads.Resize(wanted);
 
     if (count > 0) {
         // Each line made takes its interval off the accumulator, so the
@@ -172,15 +176,43 @@ void CLinesNode::Update(float time, CSceneContext* context)
     }
     Age(dt);
 
+    // Only as many lines as the quads hold are drawn.
+    const int drawable = m_quads.GetCount() / sections;
+    if (m_alive > drawable)
+        Report("quads");
+    m_drawn = std::min(m_alive, drawable);
     SQuad* quad = m_quads.GetQuads();
-    const int across = m_numSectionsWidth->m_value, along = m_numSectionsHeight->m_value;
     const float repeatU = float(m_repeatTexU->m_value), repeatV = float(m_repeatTexV->m_value);
+    int drawn = 0;
     for (const SLine& line : m_pool) {
+        if (drawn == m_drawn)
+            break;
         if (!line.alive)
             continue;
         const uint32_t color = PackColor(line.color[0], line.color[1], line.color[2], line.color[3]);
         quad = CRenderQuads::AddRibbon(quad, line.a, line.b, line.thickness, color, across, along, repeatU, repeatV);
+        ++drawn;
     }
+}
+
+std::pair<int, int> CLinesNode::Sections()
+{
+    // A million quads a line would want gigabytes: each axis is held to
+    // MaxSections.
+    const int across = std::clamp(m_numSectionsWidth->m_value, 1, MaxSections);
+    const int along = std::clamp(m_numSectionsHeight->m_value, 1, MaxSections);
+    if (across != std::max(1, m_numSectionsWidth->m_value) || along != std::max(1, m_numSectionsHeight->m_value))
+        Report("sections");
+    return {across, along};
+}
+
+void CLinesNode::Report(const char* what)
+{
+    if (m_limitReported)
+        return;
+    m_limitReported = true;
+    Log("Lines \"%s\": too many %s; up to %d lines of up to %d x %d sections in %d quads are drawn", m_name.c_str(),
+        what, MaxLines, MaxSections, MaxSections, MaxQuads);
 }
 
 bool CLinesNode::RestoreDevice(CRender* render)
@@ -195,7 +227,7 @@ void CLinesNode::InvalidateDevice(CRender* render)
 
 void CLinesNode::BuildRenderList(CRenderList* list, CRenderItemList* parents, CCamera* camera)
 {
-    const int sections = std::max(1, m_numSectionsWidth->m_value) * std::max(1, m_numSectionsHeight->m_value);
-    if (m_effect->m_value && m_alive > 0)
-        m_quads.AddToRenderList(list, parents, camera, m_effect->m_value, sections * m_alive);
+    const auto [across, along] = Sections();
+    if (m_effect->m_value && m_drawn > 0)
+        m_quads.AddToRenderList(list, parents, camera, m_effect->m_value, across * along * m_drawn);
 }

@@ -5,6 +5,7 @@
 #include "scene/node.h"
 #include "scene/pdobject.h"
 
+#include <utility>
 #include <vector>
 
 class CPortColor;
@@ -19,6 +20,10 @@ class CPortObject;
 class CLinesNode : public CNode, public CPDObject
 {
 public:
+    static constexpr int MaxLines = 100000;
+    static constexpr int MaxSections = 1024;
+    static constexpr int MaxQuads = 1 << 20;
+
     struct SLine
     {
         bool alive = false;
@@ -51,6 +56,9 @@ private:
     SLine* TakeFree();
     SVec3 Fit(const SVec3& p) const;
     void Age(float dt);
+    std::pair<int, int> Sections();
+    // Logs, once, that a limit holds the lines back.
+    void Report(const char* what);
 
     CPortFloat* m_width = nullptr;
     CPortFloat* m_height = nullptr;
@@ -73,6 +81,8 @@ private:
     int m_free = 0;
     int m_searchStart = 0;
     int m_alive = 0;
+    int m_drawn = 0;
+    bool m_limitReported = false;
     float m_accumulator = 0.0f;
     CRenderQuads m_quads;
 };

@@ -215,3 +215,15 @@ TEST_F(Lines, SettledFramesAllocateNothing)
     ASSERT_GT(m_node->GetAliveCount(), 90);
     EXPECT_EQ(AllocationsOver(90), 0);
 }
+
+TEST_F(Lines, SectionsBeyondTheLimitAreDrawnWithFewer)
+{
+    // Ten thousand by ten thousand quads a line would want terabytes.
+    Set("NumSectionsWidth", "10000");
+    Set("NumSectionsHeight", "10000");
+    Set("LinesPerSec", "10");
+    Frames(30);
+    EXPECT_GT(m_node->GetAliveCount(), 0);
+    EXPECT_LE(m_node->GetQuads().GetCount(), CLinesNode::MaxQuads);
+    EXPECT_GE(m_node->GetQuads().GetCount(), CLinesNode::MaxSections * CLinesNode::MaxSections);
+}
