@@ -1,6 +1,6 @@
 // Scenes of object nodes played headless and compared with their reference
-// frames: a particle fountain, the self-playing games, the line nodes and
-// Driftcrest.
+// frames: a particle fountain, the self-playing games, the line nodes,
+// Lightning and Driftcrest.
 // References are made anew on purpose only:
 //     LUMORA_UPDATE_REFERENCE=1 ctest --test-dir build -R "ParticleScene|GameScenes"
 
@@ -75,5 +75,5 @@ TEST_P(GameScenes, PlayHeadlessAsTheirReferenceFrames)
 }
 
 // A maze walk under asteroids and ping pong; character trails, bouncing
-// loops and turning lines; a twisting stack of plates.
-INSTANTIATE_TEST_SUITE_P(Scenes, GameScenes, ::testing::Values("games", "lines", "driftcrest"));
+// loops and turning lines; bolts of lightning; a twisting stack of plates.
+INSTANTIATE_TEST_SUITE_P(Scenes, GameScenes, ::testing::Values("games", "lines", "lightning", "driftcrest"));
