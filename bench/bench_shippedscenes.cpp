@@ -84,9 +84,10 @@ const bool s_registered = [] {
                 ->Unit(benchmark::kMillisecond);
     }
     // Scenes of the tests whose cost is the nodes' more than the shaders':
-    // the particles, the games, the line nodes and Driftcrest.
+    // the particles, the games, the line nodes, Lightning and Driftcrest.
     for (const auto& [name, w, h] : {std::tuple{"particles", 640, 360}, std::tuple{"games", 1280, 720},
-                                     std::tuple{"lines", 1280, 720}, std::tuple{"driftcrest", 1280, 720}}) {
+                                     std::tuple{"lines", 1280, 720}, std::tuple{"lightning", 1280, 720},
+                                     std::tuple{"driftcrest", 1280, 720}}) {
         const std::string path =
             (data / "../tests/nodes/data/scenes" / (std::string(name) + ".lms")).lexically_normal().string();
         benchmark::RegisterBenchmark(("BM_Scene_Frame/" + std::string(name) + "/" + std::to_string(w) + "x" +
