@@ -83,12 +83,19 @@ const bool s_registered = [] {
                                          [path, w = w, h = h](benchmark::State& state) { SceneFrame(state, path, w, h); })
                 ->Unit(benchmark::kMillisecond);
     }
-    // The particle scene of the tests, whose cost is the simulation's more
-    // than the shader's.
-    const std::string particles = (data / "../tests/nodes/data/scenes/particles.lms").lexically_normal().string();
-    benchmark::RegisterBenchmark("BM_Scene_Frame/particles/640x360",
-                                 [particles](benchmark::State& state) { SceneFrame(state, particles, 640, 360); })
-        ->Unit(benchmark::kMillisecond);
+    // Scenes of the tests whose cost is the nodes' more than the shaders':
+    // the particles, the games, the line nodes, Lightning and Driftcrest.
+    for (const auto& [name, w, h] : {std::tuple{"particles", 640, 360}, std::tuple{"games", 1280, 720},
+                                     std::tuple{"lines", 1280, 720}, std::tuple{"lightning", 1280, 720},
+                                     std::tuple{"driftcrest", 1280, 720}}) {
+        const std::string path =
+            (data / "../tests/nodes/data/scenes" / (std::string(name) + ".lms")).lexically_normal().string();
+        benchmark::RegisterBenchmark(("BM_Scene_Frame/" + std::string(name) + "/" + std::to_string(w) + "x" +
+                                      std::to_string(h))
+                                         .c_str(),
+                                     [path, w = w, h = h](benchmark::State& state) { SceneFrame(state, path, w, h); })
+            ->Unit(benchmark::kMillisecond);
+    }
     return true;
 }();
 

@@ -56,3 +56,9 @@ void CRenderQuads::Draw(CRender* render)
 {
     DrawQuads(render, std::span<const SQuad>(m_quads).first(size_t(m_drawCount)), m_RenderBufferQuads);
 }
+
+void CRenderQuads::DrawNow(CRender* render, int count)
+{
+    m_drawCount = count > 0 ? std::min(count, m_count) : m_count;
+    Draw(render);
+}

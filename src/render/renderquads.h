@@ -16,6 +16,7 @@ public:
     void Resize(int quads);
     int GetCount() const { return m_count; }
     SQuad* GetQuads() { return m_quads.data(); }
+    const SQuad* GetQuads() const { return m_quads.data(); }
 
     // Writes a flat strip from `a` to `b` at `destination`, split into
     // `across` by `along` quads (one quad when both are below 2), and
@@ -28,6 +29,9 @@ public:
     void AddToRenderList(CRenderList* list, CRenderItemList* parents, CCamera* view, CPDEffect* effect,
                          int count = 0);
     void Draw(CRender* render) override;
+    // Draws the first `count` quads, or all, at once: for an owner that is
+    // a step of the render chain and draws in its own passes.
+    void DrawNow(CRender* render, int count = 0);
 
 private:
     std::vector<SQuad> m_quads;
