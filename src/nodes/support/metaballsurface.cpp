@@ -114,8 +114,8 @@ struct STables
                 }
                 for (int i = 1; i + 1 < length; ++i) {
                     row[out++] = int8_t(loop[0]);
-                    row[out++] = int8_t(loop[i + 1]);
                     row[out++] = int8_t(loop[i]);
+                    row[out++] = int8_t(loop[i + 1]);
                 }
             }
         }

@@ -134,16 +134,17 @@ TEST(MetaballSurface, OneBallGivesAClosedSphereAtTheRadiusOfTheThreshold)
                           v.position[2] - balls[0].position[2]};
             const float distance = std::sqrt(Dot(d, d));
             ASSERT_NEAR(distance, radius, 0.1f * cell);
-            // Normals point outwards, and so do the drawn triangles.
+            // Normals point outwards.
             EXPECT_GT(Dot(SVec3{v.normal[0], v.normal[1], v.normal[2]}, d) / distance, 0.99f);
         }
+        // Every triangle faces outwards as the default culling keeps it.
         for (size_t t = 0; t < sink.indices.size(); t += 3) {
             const auto at = [&](size_t k) {
                 const auto& p = sink.vertices[sink.indices[t + k]].position;
                 return SVec3{p[0], p[1], p[2]};
             };
             const SVec3 outward = at(0) - SVec3{balls[0].position[0], balls[0].position[1], balls[0].position[2]};
-            ASSERT_GE(Dot(Cross(at(1) - at(0), at(2) - at(0)), outward), 0.0f) << "triangle " << t / 3;
+            ASSERT_LE(Dot(Cross(at(1) - at(0), at(2) - at(0)), outward), 0.0f) << "triangle " << t / 3;
         }
         // The walk stays on the shell, and its energies are shared by the
         // cells around each point.
