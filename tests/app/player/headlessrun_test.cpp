@@ -277,8 +277,9 @@ TEST_F(HeadlessRun, DrawsLitMeshesAndInstancedMeshesAsReferencePicturesShowThem)
 {
     // A torus that turns, a thousand cubes that one instanced draw places
     // on a grid from their instance ids, and a torus wearing a Turing
-    // pattern that glows through Bloom, and metaballs that swell on the beat.
-    for (const char* name : {"meshtorus", "meshinstancer", "turingbloom", "metaballs"}) {
+    // pattern that glows through Bloom, metaballs that swell on the beat and
+    // a block of fluid that starts to fall apart.
+    for (const char* name : {"meshtorus", "meshinstancer", "turingbloom", "metaballs", "fluid2d"}) {
         SCOPED_TRACE(name);
         const std::string out = m_home.File(name);
         ASSERT_EQ(RunHeadless(Options(std::string(LUMORA_SHARED_TEST_DATA) + "/scenes/" + name + ".lms", out),
