@@ -94,8 +94,8 @@ TEST(Voronoi, NodeFansOneTriangleFromEachSiteAndPicksItsLineBatcher)
     EXPECT_FALSE(node->UsesQuads());
     EXPECT_EQ(node->GetLines().GetCount(), 2);
 
-    // A script moves the sites; two on one spot share no edge.
-    CValueGraph::Set(node, "Expression", "pos.x = 0.3; pos.y = -0.2;");
+    // A script moves the sites; two nearer than 0.001 share no edge.
+    CValueGraph::Set(node, "Expression", "pos.x = 0.3 + pointnr * 0.0009; pos.y = -0.2;");
     CValueGraph::Set(node, "LineWidth", "0.05");
     graph.Frame(node, 1.0f / 30.0f);
     EXPECT_TRUE(node->GetEdges().empty());
