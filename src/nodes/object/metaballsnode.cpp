@@ -23,6 +23,12 @@ public:
         m_buffers.UnlockAndDraw(m_render, m_indexCount);
         return Next();
     }
+    void Finish() override
+    {
+        if (m_vertices)
+            m_buffers.UnlockAndDraw(m_render, m_indexCount);
+        m_vertices = nullptr;
+    }
 
 private:
     bool Next()
@@ -168,7 +174,4 @@ void CMetaballsNode::Draw(CRender* render)
         return;
     CBufferSink sink(render, m_buffers);
     ExtractSurface(sink);
-    // A pair locked for the next flush that never came.
-    if (sink.m_vertices)
-        m_buffers.UnlockAndDraw(render, 0);
 }

@@ -296,6 +296,6 @@ void CMetaballSurface::Extract(std::span<const SMetaball> balls, float threshold
             PushNeighbours(x, y, z, March(x, y, z, sink, ok));
         }
     }
-    if (ok && sink.m_indexCount > 0)
-        sink.Flush();
+    if (ok)
+        sink.Finish();
 }

@@ -26,6 +26,12 @@ class CMetaballSink
 public:
     virtual ~CMetaballSink() = default;
     virtual bool Flush() = 0;
+    // Hands over the rest at the end; unlike Flush it needs no fresh room.
+    virtual void Finish()
+    {
+        if (m_indexCount > 0)
+            Flush();
+    }
 
     SVertexPNTC* m_vertices = nullptr;
     uint16_t* m_indices = nullptr;
@@ -54,7 +60,7 @@ public:
     int GetGridSize() const { return m_n; }
     float GetCellSize() const { return m_cell; }
 
-    // Writes the surface at `threshold` into `sink` and flushes what is left.
+    // Writes the surface at `threshold` into `sink` and finishes it.
     void Extract(std::span<const SMetaball> balls, float threshold, CMetaballSink& sink);
 
     // Of the last extraction: cells marched and grid points whose energy was
