@@ -150,7 +150,11 @@ void CVoronoiNode::FillEdges()
     if (edges.empty())
         return;
     const int n = int(edges.size());
+    // Grown at once to the most records the sites can give, so that frames
+    // whose diagram has a few more edges than the last allocate nothing.
+    const int most = std::max(n, 6 * m_count);
     if (!UsesQuads()) {
+        m_lines.Resize(most);
         m_lines.Resize(n);
         for (int i = 0; i < n; ++i) {
             const VoronoiEdge& e = edges[size_t(i)];
@@ -159,6 +163,7 @@ void CVoronoiNode::FillEdges()
         }
         return;
     }
+    m_quads.Resize(most);
     m_quads.Resize(n);
     SQuad* quads = m_quads.GetQuads();
     const float half = m_lineWidth->m_value * 0.5f;

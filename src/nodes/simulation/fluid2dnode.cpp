@@ -60,6 +60,9 @@ void CFluid2dNode::Update(float time, CSceneContext* context)
     }
     if (wanted > m_count)
         Spawn(wanted, width, height);
+    // Each particle touches nine nodes at most: with room for all of them
+    // the active list never grows within a step.
+    m_active.reserve(std::min(cells, 9 * size_t(m_count)));
 
     Step(width, height);
 

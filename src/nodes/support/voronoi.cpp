@@ -34,6 +34,15 @@ bool CVoronoi::GenerateVoronoi(const void* sites, int count, size_t stride, floa
                   m_sites.end());
     if (m_sites.size() < 2)
         return true;
+    // The most a sweep over n sites can use: a site event makes an edge,
+    // two half-edges and two candidate vertices; each of the at most 2n
+    // circle events an edge, a half-edge and two candidates. With room for
+    // that, a frame with no more sites than before allocates nothing.
+    const size_t n = m_sites.size();
+    m_vertices.Reserve(6 * n);
+    m_edgePool.Reserve(3 * n);
+    m_halfEdges.Reserve(4 * n + 2);
+    m_edges.reserve(6 * n);
     m_xmin = m_xmax = m_sites[0].x;
     for (const SPoint& s : m_sites) {
         m_xmin = std::min(m_xmin, s.x);

@@ -31,6 +31,12 @@ public:
         return item;
     }
     void Reset() { m_used = 0; }
+    // Room for n records before the next allocation.
+    void Reserve(size_t n)
+    {
+        while (m_blocks.size() * BlockSize < n)
+            m_blocks.push_back(std::make_unique<T[]>(BlockSize));
+    }
 
 private:
     static constexpr size_t BlockSize = 256;
