@@ -7,38 +7,11 @@
 #include "nodes/object/particlesnode.h"
 #include "nodes/value/valuegraph.h"
 #include "scene/renderlist.h"
+#include "support/allocationcount.h"
 
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <cmath>
-#include <cstdlib>
-#include <new>
-
-namespace {
-
-std::atomic<bool> g_counting{false};
-std::atomic<long> g_allocations{0};
-
-} // namespace
-
-// Counts every allocation of the process while a test asks for it.
-void* operator new(size_t size)
-{
-    if (g_counting)
-        ++g_allocations;
-    if (void* p = std::malloc(size ? size : 1))
-        return p;
-    throw std::bad_alloc();
-}
-void operator delete(void* p) noexcept
-{
-    std::free(p);
-}
-void operator delete(void* p, size_t) noexcept
-{
-    std::free(p);
-}
 
 namespace {
 
@@ -119,12 +92,10 @@ TEST_F(Particles, ASteadyRateFillsThePoolInAboutOneLifetimeAndThenAllocatesNothi
         frame();
     const int pool = m_node->GetPoolSize();
     EXPECT_EQ(pool, 450) << "300 a second for the longest life, 1.5 s";
-    g_allocations = 0;
-    g_counting = true;
+    StartCountingAllocations();
     for (int i = 0; i < 90; ++i)
         frame();
-    g_counting = false;
-    EXPECT_EQ(g_allocations, 0);
+    EXPECT_EQ(StopCountingAllocations(), 0);
     EXPECT_EQ(m_node->GetPoolSize(), pool);
     EXPECT_GT(m_node->GetLiveCount(), 250);
 }

@@ -6,37 +6,11 @@
 #include "app/random.h"
 #include "nodes/object/metaballsnode.h"
 #include "nodes/value/valuegraph.h"
+#include "support/allocationcount.h"
 
 #include <gtest/gtest.h>
 
 #include <array>
-#include <atomic>
-#include <cstdlib>
-#include <new>
-
-namespace {
-
-std::atomic<bool> g_counting{false};
-std::atomic<long> g_allocations{0};
-
-} // namespace
-
-void* operator new(size_t size)
-{
-    if (g_counting)
-        ++g_allocations;
-    if (void* p = std::malloc(size ? size : 1))
-        return p;
-    throw std::bad_alloc();
-}
-void operator delete(void* p) noexcept
-{
-    std::free(p);
-}
-void operator delete(void* p, size_t) noexcept
-{
-    std::free(p);
-}
 
 namespace {
 
@@ -86,12 +60,10 @@ TEST(SteadyFrames, AllocateNothingOnceRunning)
             CValueGraph::Set(node, port, value);
         for (int i = 0; i < row.warmUp; ++i)
             graph.Frame(node, 1.0f / 30.0f);
-        g_allocations = 0;
-        g_counting = true;
+        StartCountingAllocations();
         for (int i = 0; i < 60; ++i)
             graph.Frame(node, 1.0f / 30.0f);
-        g_counting = false;
-        EXPECT_EQ(g_allocations, 0);
+        EXPECT_EQ(StopCountingAllocations(), 0);
     }
 
     // The same surface again, extracted straight into the sink.
@@ -101,10 +73,8 @@ TEST(SteadyFrames, AllocateNothingOnceRunning)
     graph.Frame(metaballs, 1.0f / 30.0f);
     CCountingSink sink;
     metaballs->ExtractSurface(sink);
-    g_allocations = 0;
-    g_counting = true;
+    StartCountingAllocations();
     for (int i = 0; i < 10; ++i)
         metaballs->ExtractSurface(sink);
-    g_counting = false;
-    EXPECT_EQ(g_allocations, 0);
+    EXPECT_EQ(StopCountingAllocations(), 0);
 }

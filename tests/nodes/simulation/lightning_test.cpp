@@ -5,37 +5,11 @@
 #include "app/random.h"
 #include "nodes/simulation/lightningnode.h"
 #include "nodes/value/valuegraph.h"
+#include "support/allocationcount.h"
 
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <cmath>
-#include <cstdlib>
-#include <new>
-
-namespace {
-
-std::atomic<bool> g_counting{false};
-std::atomic<long> g_allocations{0};
-
-} // namespace
-
-void* operator new(size_t size)
-{
-    if (g_counting)
-        ++g_allocations;
-    if (void* p = std::malloc(size ? size : 1))
-        return p;
-    throw std::bad_alloc();
-}
-void operator delete(void* p) noexcept
-{
-    std::free(p);
-}
-void operator delete(void* p, size_t) noexcept
-{
-    std::free(p);
-}
 
 namespace {
 
@@ -155,12 +129,10 @@ TEST_F(Lightning, SettledFramesAllocateNothing)
     Set("Detail", "6");
     Frame();
     Frame();
-    g_allocations = 0;
-    g_counting = true;
+    StartCountingAllocations();
     for (int i = 0; i < 30; ++i)
         Frame();
-    g_counting = false;
-    EXPECT_EQ(g_allocations.load(), 0);
+    EXPECT_EQ(StopCountingAllocations(), 0);
     EXPECT_GT(m_node->GetLines().GetQuadCount(), 0);
 }
 
