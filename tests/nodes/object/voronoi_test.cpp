@@ -16,6 +16,7 @@ namespace {
 struct SXY
 {
     float x, y;
+    bool operator==(const SXY&) const = default;
 };
 
 float SignedArea(float ax, float ay, float bx, float by, float cx, float cy)
@@ -29,13 +30,26 @@ TEST(Voronoi, CellsHoldOnlyThePointsNearestTheirSite)
 {
     std::mt19937 rng(11);
     std::uniform_real_distribution<float> unit(-0.95f, 0.95f);
-    for (int count : {2, 3, 10, 100, 500}) {
-        SCOPED_TRACE(count);
-        std::vector<SXY> sites(static_cast<size_t>(count));
-        for (SXY& s : sites)
-            s = {unit(rng), unit(rng)};
-        if (count == 2)
-            sites = {{-0.5f, 0.2f}, {0.5f, -0.2f}};
+    const auto random = [&](int n) {
+        std::vector<SXY> sites(static_cast<size_t>(n));
+        for (SXY& site : sites)
+            site = {unit(rng), unit(rng)};
+        return sites;
+    };
+    std::vector<SXY> lattice, line;
+    for (int i = 0; i < 64; ++i)
+        lattice.push_back({float(i % 8) * 0.25f - 0.875f, float(i / 8) * 0.25f - 0.875f});
+    for (int i = 0; i < 7; ++i)
+        line.push_back({float(i) * 0.3f - 0.9f, 0.1f});
+    const std::pair<const char*, std::vector<SXY>> rows[] = {{"two", {{-0.5f, 0.2f}, {0.5f, -0.2f}}},
+                                                             {"three", random(3)},
+                                                             {"random 100", random(100)},
+                                                             {"random 500", random(500)},
+                                                             {"lattice, four on each circle", lattice},
+                                                             {"a line", line}};
+    for (const auto& [name, sites] : rows) {
+        SCOPED_TRACE(name);
+        const int count = int(sites.size());
         CVoronoi voronoi;
         ASSERT_TRUE(voronoi.GenerateVoronoi(sites.data(), count, sizeof(SXY), -1, 1, -1, 1, 0.001f));
         const auto edges = voronoi.GetEdges();
@@ -45,6 +59,13 @@ TEST(Voronoi, CellsHoldOnlyThePointsNearestTheirSite)
             EXPECT_EQ(edges[i].x1, edges[i + 1].x2);
             EXPECT_EQ(edges[i].y2, edges[i + 1].y1);
             EXPECT_NE(edges[i].site, edges[i + 1].site);
+        }
+        // A line of 7 has 6 bisectors; a lattice's cells are squares, and
+        // the edges of length 0 where four cells meet are left out.
+        if (sites == line) {
+            EXPECT_EQ(edges.size(), 2u * 6);
+        } else if (sites == lattice) {
+            EXPECT_EQ(edges.size(), 2u * (2 * 7 * 8));
         }
         if (count == 2) {
             // One bisector through the square, x = 0.4 y through the middle.
