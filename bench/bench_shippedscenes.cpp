@@ -96,6 +96,13 @@ const bool s_registered = [] {
                                      [path, w = w, h = h](benchmark::State& state) { SceneFrame(state, path, w, h); })
             ->Unit(benchmark::kMillisecond);
     }
+    // The test scenes of the blob, cell and simulation nodes.
+    for (const char* name : {"metaballs", "voronoi", "shatter", "fluid2d", "galaxy", "starfield", "grass"}) {
+        const std::string path = (data / "../tests/data/scenes" / (std::string(name) + ".lms")).lexically_normal().string();
+        benchmark::RegisterBenchmark((std::string("BM_Scene_Frame/") + name).c_str(),
+                                     [path](benchmark::State& state) { SceneFrame(state, path, 1280, 720); })
+            ->Unit(benchmark::kMillisecond);
+    }
     return true;
 }();
 

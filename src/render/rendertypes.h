@@ -124,6 +124,16 @@ struct SVertexPNTBTC
 };
 static_assert(sizeof(SVertexPNTBTC) == 64);
 
+// One vertex of VBF_PNTC as it lies in memory.
+struct SVertexPNTC
+{
+    float position[3];
+    float normal[3];
+    float uv[2];
+    uint32_t color;
+};
+static_assert(sizeof(SVertexPNTC) == 36);
+
 // Layout of a VBF_* format; a format that is not known has stride 0.
 const SVertexFormat& GetVertexFormat(int format);
 

@@ -12,39 +12,12 @@
 #include "scene/scene.h"
 #include "support/logcapture.h"
 #include "support/tempdir.h"
+#include "support/allocationcount.h"
 
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <cstdlib>
-#include <new>
 #include <string>
-
-namespace {
-
-std::atomic<bool> g_counting{false};
-std::atomic<long> g_allocations{0};
-
-} // namespace
-
-void* operator new(std::size_t size)
-{
-    if (g_counting.load(std::memory_order_relaxed))
-        g_allocations.fetch_add(1, std::memory_order_relaxed);
-    if (void* p = std::malloc(size ? size : 1))
-        return p;
-    throw std::bad_alloc();
-}
-
-void operator delete(void* p) noexcept
-{
-    std::free(p);
-}
-
-void operator delete(void* p, std::size_t) noexcept
-{
-    std::free(p);
-}
 
 namespace {
 
@@ -93,12 +66,10 @@ TEST_P(SteadyState, ASettledSceneAllocatesNothingFromFrameToFrame)
     const int settle = GetParam().find("tests/") != std::string::npos ? 90 : 10;
     for (int i = 0; i < settle; ++i)
         frame();
-    g_allocations = 0;
-    g_counting = true;
+    StartCountingAllocations();
     for (int i = 0; i < 100; ++i)
         frame();
-    g_counting = false;
-    EXPECT_EQ(g_allocations.load(), 0) << "allocations in 100 frames";
+    EXPECT_EQ(StopCountingAllocations(), 0) << "allocations in 100 frames";
     director.InvalidateDevice(&render);
     director.m_render = nullptr;
     render.ReleaseDevice();

@@ -293,3 +293,21 @@ TEST_F(HeadlessRun, DrawsLitMeshesAndInstancedMeshesAsReferencePicturesShowThem)
         }
     }
 }
+
+TEST_F(HeadlessRun, DrawsBlobsCellsAndSimulationsAsReferencePicturesShowThem)
+{
+    // Lit metaballs, Voronoi cells with their borders and sites, a plane
+    // that shatters, a block of fluid, a galaxy, a starfield and grass on a
+    // ball, each with a beat on one of its ports.
+    for (const char* name : {"metaballs", "voronoi", "shatter", "fluid2d", "galaxy", "starfield", "grass"}) {
+        SCOPED_TRACE(name);
+        const std::string out = m_home.File(name);
+        ASSERT_EQ(RunHeadless(Options(std::string(LUMORA_SHARED_TEST_DATA) + "/scenes/" + name + ".lms", out),
+                              MakeRenderOGL),
+                  0);
+        for (int frame : {1, 6}) {
+            const std::string reference = std::string(name) + "-" + CPictureSequenceWriter::FrameName(frame);
+            EXPECT_EQ(MatchReference(Frame(out, frame), Reference(reference), 3, 0.01), "");
+        }
+    }
+}
