@@ -1,0 +1,168 @@
+// Mesh modifiers on a small known mesh: a unit cube, shifted so that it is
+// off centre, with one face and its corners selected.
+
+#include "mesh/meshshapes.h"
+#include "nodes/nodetypes.h"
+#include "nodes/value/valuegraph.h"
+#include "ports/types/dataports.h"
+#include "scene/nodefactory.h"
+#include "scene/pdmesh.h"
+#include "scene/scene.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace {
+
+// A mesh source standing in for an upstream chain.
+struct SSource : CPDMesh
+{
+    bool GenerateMesh(CPDMesh* target) override
+    {
+        target->m_mesh = m_mesh;
+        return true;
+    }
+};
+
+struct SPort
+{
+    const char* name;
+    const char* value;
+};
+
+struct SCase
+{
+    const char* name;
+    const char* type;
+    std::vector<SPort> ports;
+    std::function<void(const CMesh& before, const CMesh& after)> check;
+};
+
+std::vector<int32_t> Corners(const CMeshFace& face)
+{
+    return {face.vertices, face.vertices + face.count};
+}
+
+class MeshModifiers : public testing::Test
+{
+protected:
+    MeshModifiers()
+    {
+        BuildCube(source.m_mesh, SCubeShape{});
+        for (CMeshVertexA& vertex : source.m_mesh.m_vertices)
+            vertex.position[0] += 2.0f;
+        CMeshFace& first = source.m_mesh.m_faces[0];
+        first.select = 1.0f;
+        for (int c = 0; c < first.count; ++c)
+            source.m_mesh.m_vertices[size_t(first.vertices[c])].select = 1.0f;
+    }
+
+    struct SFactory
+    {
+        SFactory() { CNodeFactory::Get()->Init(NodeTypes()); }
+        ~SFactory() { CNodeFactory::Get()->Release(); }
+    } factory;
+    CScene scene;
+    SSource source;
+};
+
+} // namespace
+
+TEST_F(MeshModifiers, EditTheUpstreamMesh)
+{
+    const auto flippedWhereSelected = [](int selection) {
+        return [selection](const CMesh& before, const CMesh& after) {
+            ASSERT_EQ(after.m_faces.size(), before.m_faces.size());
+            for (size_t f = 0; f < after.m_faces.size(); ++f) {
+                std::vector<int32_t> a = Corners(after.m_faces[f]), b = Corners(before.m_faces[f]);
+                const bool chosen = selection == 1 || (selection == 2) == (before.m_faces[f].select >= 0.5f);
+                if (chosen)
+                    std::reverse(b.begin(), b.end());
+                // Same cycle, maybe starting elsewhere.
+                const auto at = std::find(a.begin(), a.end(), b[0]);
+                ASSERT_NE(at, a.end());
+                std::rotate(a.begin(), at, a.end());
+                EXPECT_EQ(a, b) << "face " << f;
+            }
+            for (size_t v = 0; v < after.m_vertices.size(); ++v) {
+                const bool chosen = selection == 1 || (selection == 2) == (before.m_vertices[v].select >= 0.5f);
+                EXPECT_EQ(after.m_vertices[v].normal[0], before.m_vertices[v].normal[0] * (chosen ? -1.0f : 1.0f));
+                EXPECT_EQ(after.m_vertices[v].normal[2], before.m_vertices[v].normal[2] * (chosen ? -1.0f : 1.0f));
+            }
+        };
+    };
+    const auto facesLeft = [](size_t count, bool firstKept) {
+        return [=](const CMesh& before, const CMesh& after) {
+            EXPECT_EQ(after.m_vertices.size(), before.m_vertices.size()) << "vertices are not touched";
+            ASSERT_EQ(after.m_faces.size(), count);
+            if (count > 0) {
+                EXPECT_EQ(after.m_faces[0].select >= 0.5f, firstKept);
+            }
+        };
+    };
+    const std::vector<SCase> cases = {
+        {"InvertAll", "InvertMesh", {}, flippedWhereSelected(1)},
+        {"InvertSelected", "InvertMesh", {{"Selection", "2"}}, flippedWhereSelected(2)},
+        {"InvertUnselected", "InvertMesh", {{"Selection", "3"}}, flippedWhereSelected(3)},
+        {"DeleteSelected", "DeleteFaces", {}, facesLeft(5, false)},
+        {"DeleteUnselected", "DeleteFaces", {{"Selection", "3"}}, facesLeft(1, true)},
+        {"DeleteNone", "DeleteFaces", {{"Selection", "0"}}, facesLeft(6, true)},
+        {"DeleteAll", "DeleteFaces", {{"Selection", "1"}}, facesLeft(0, false)},
+        {"Center",
+         "CenterMesh",
+         {},
+         [](const CMesh& before, const CMesh& after) {
+             ASSERT_EQ(after.m_vertices.size(), before.m_vertices.size());
+             for (size_t v = 0; v < after.m_vertices.size(); ++v) {
+                 EXPECT_FLOAT_EQ(after.m_vertices[v].position[0], before.m_vertices[v].position[0] - 2.0f);
+                 EXPECT_FLOAT_EQ(after.m_vertices[v].position[1], before.m_vertices[v].position[1]);
+             }
+         }},
+    };
+    ASSERT_EQ(source.m_mesh.m_faces.size(), 6u);
+    for (const SCase& row : cases) {
+        SCOPED_TRACE(row.name);
+        CNode* node = scene.AddNode(row.type);
+        ASSERT_NE(node, nullptr);
+        auto* modifier = dynamic_cast<CPDMesh*>(node);
+        ASSERT_NE(modifier, nullptr);
+        CPDMesh result;
+        EXPECT_FALSE(modifier->GenerateMesh(&result)) << "no input, no mesh";
+        node->GetInPort<CPortMesh>("Mesh")->m_value = &source;
+        for (const SPort& port : row.ports)
+            CValueGraph::Set(node, port.name, port.value);
+        ASSERT_TRUE(modifier->GenerateMesh(&result));
+        row.check(source.m_mesh, result.m_mesh);
+    }
+}
+
+TEST_F(MeshModifiers, WeldMergesVerticesWithinEpsilon)
+{
+    // Two triangles of a square whose shared edge is 0.01 apart.
+    CMesh& mesh = source.m_mesh;
+    mesh.Clear();
+    mesh.AddCluster();
+    const float points[6][2] = {{0, 0}, {1, 0}, {1, 1}, {0, 0.01f}, {1.01f, 1}, {0, 1}};
+    for (const auto& p : points) {
+        CMeshVertexA vertex;
+        vertex.position[0] = p[0];
+        vertex.position[1] = p[1];
+        mesh.m_vertices.push_back(vertex);
+    }
+    mesh.m_faces = {CMeshFace{0, 3, 0.0f, {0, 1, 2, 0}}, CMeshFace{0, 3, 0.0f, {3, 4, 5, 0}}};
+    for (const auto& [epsilon, vertices] : {std::pair{"0.1", 4u}, std::pair{"0.001", 6u}}) {
+        SCOPED_TRACE(epsilon);
+        CNode* node = scene.AddNode("Weld");
+        ASSERT_NE(node, nullptr);
+        node->GetInPort<CPortMesh>("Mesh")->m_value = &source;
+        CValueGraph::Set(node, "Epsilon", epsilon);
+        CPDMesh result;
+        ASSERT_TRUE(dynamic_cast<CPDMesh*>(node)->GenerateMesh(&result));
+        EXPECT_EQ(result.m_mesh.m_vertices.size(), vertices);
+        EXPECT_EQ(result.m_mesh.m_faces.size(), 2u);
+    }
+}
