@@ -16,5 +16,4 @@ private:
     friend CNodeDeclaration DeclareNode<CCenterMeshNode>();
 
     CPortMesh* m_meshIn = nullptr;
-
 };

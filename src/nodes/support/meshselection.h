@@ -15,10 +15,14 @@ enum EMeshSelection
 inline bool SelectionTakes(int selection, float select)
 {
     switch (selection) {
-    case MeshSelectAll: return true;
-    case MeshSelectSelected: return select >= 0.5f;
-    case MeshSelectUnselected: return select < 0.5f;
-    default: return false;
+    case MeshSelectAll:
+        return true;
+    case MeshSelectSelected:
+        return select >= 0.5f;
+    case MeshSelectUnselected:
+        return select < 0.5f;
+    default:
+        return false;
     }
 }
 

@@ -12,6 +12,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
 #include <functional>
 #include <string>
 #include <vector>
@@ -45,6 +46,31 @@ struct SCase
 std::vector<int32_t> Corners(const CMeshFace& face)
 {
     return {face.vertices, face.vertices + face.count};
+}
+
+// Six times the enclosed volume: positive when the faces wind outwards.
+float SignedVolume(const CMesh& mesh)
+{
+    float sum = 0;
+    for (const CMeshFace& face : mesh.m_faces)
+        for (int c = 1; c + 1 < face.count; ++c) {
+            const float* a = mesh.m_vertices[size_t(face.vertices[0])].position;
+            const float* b = mesh.m_vertices[size_t(face.vertices[c])].position;
+            const float* d = mesh.m_vertices[size_t(face.vertices[c + 1])].position;
+            sum += a[0] * (b[1] * d[2] - b[2] * d[1]) - a[1] * (b[0] * d[2] - b[2] * d[0]) +
+                   a[2] * (b[0] * d[1] - b[1] * d[0]);
+        }
+    return sum;
+}
+
+// Every normal of the shifted cube points away from its centre, as on a ball.
+void ExpectSmooth(const CMesh& mesh)
+{
+    for (const CMeshVertexA& v : mesh.m_vertices) {
+        const float dot =
+            (v.position[0] - 2.0f) * v.normal[0] + v.position[1] * v.normal[1] + v.position[2] * v.normal[2];
+        EXPECT_NEAR(dot, 0.5f * std::sqrt(3.0f), 1e-3f);
+    }
 }
 
 class MeshModifiers : public testing::Test
@@ -121,6 +147,48 @@ TEST_F(MeshModifiers, EditTheUpstreamMesh)
                  EXPECT_FLOAT_EQ(after.m_vertices[v].position[0], before.m_vertices[v].position[0] - 2.0f);
                  EXPECT_FLOAT_EQ(after.m_vertices[v].position[1], before.m_vertices[v].position[1]);
              }
+         }},
+        {"MirrorX",
+         "MirrorMesh",
+         {{"MirrorX", "1"}},
+         [](const CMesh& before, const CMesh& after) {
+             EXPECT_FLOAT_EQ(SignedVolume(after), SignedVolume(before)) << "the faces still wind outwards";
+             EXPECT_EQ(after.m_vertices[0].position[0], -before.m_vertices[0].position[0]);
+             EXPECT_EQ(after.m_vertices[0].normal[0], -before.m_vertices[0].normal[0]);
+             EXPECT_NE(Corners(after.m_faces[0]), Corners(before.m_faces[0]));
+         }},
+        {"MirrorXY",
+         "MirrorMesh",
+         {{"MirrorX", "1"}, {"MirrorY", "1"}},
+         [](const CMesh& before, const CMesh& after) {
+             EXPECT_EQ(after.m_vertices[0].position[1], -before.m_vertices[0].position[1]);
+             EXPECT_EQ(after.m_vertices[0].normal[0], before.m_vertices[0].normal[0]) << "an even mirror keeps normals";
+             EXPECT_EQ(Corners(after.m_faces[0]), Corners(before.m_faces[0]));
+         }},
+        {"FacetteWelds",
+         "Facette",
+         {{"Smootness", "0.99999"}},
+         [](const CMesh&, const CMesh& after) {
+             EXPECT_LT(after.m_vertices.size(), 24u) << "corners that differ only in normals merge";
+             ExpectSmooth(after);
+         }},
+        {"FacetteUnwelds",
+         "Facette",
+         {{"Smootness", "0.9999"}},
+         [](const CMesh&, const CMesh& after) {
+             EXPECT_EQ(after.m_vertices.size(), 24u) << "a vertex per face corner";
+             ExpectSmooth(after);
+         }},
+        {"FacetteFlat",
+         "Facette",
+         {{"Smootness", "0"}},
+         [](const CMesh& before, const CMesh& after) {
+             ASSERT_EQ(after.m_vertices.size(), 24u);
+             for (size_t f = 0; f < after.m_faces.size(); ++f)
+                 for (int c = 0; c < 4; ++c)
+                     for (int a = 0; a < 3; ++a)
+                         EXPECT_NEAR(after.m_vertices[size_t(after.m_faces[f].vertices[c])].normal[a],
+                                     before.m_vertices[size_t(before.m_faces[f].vertices[0])].normal[a], 1e-5f);
          }},
     };
     ASSERT_EQ(source.m_mesh.m_faces.size(), 6u);
