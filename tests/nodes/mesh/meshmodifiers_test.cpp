@@ -190,6 +190,37 @@ TEST_F(MeshModifiers, EditTheUpstreamMesh)
                          EXPECT_NEAR(after.m_vertices[size_t(after.m_faces[f].vertices[c])].normal[a],
                                      before.m_vertices[size_t(before.m_faces[f].vertices[0])].normal[a], 1e-5f);
          }},
+        {"CloneOnce",
+         "CloneMesh",
+         {{"NumClones", "1"}},
+         [](const CMesh& before, const CMesh& after) {
+             ASSERT_EQ(after.m_vertices.size(), before.m_vertices.size());
+             for (size_t v = 0; v < after.m_vertices.size(); ++v)
+                 EXPECT_TRUE(after.m_vertices[v] == before.m_vertices[v]) << "vertex " << v;
+         }},
+        {"CloneTurned",
+         "CloneMesh",
+         {{"NumClones", "3"}, {"PosChange", "0 0 1"}, {"RotChange", "0 0 90"}},
+         [](const CMesh& before, const CMesh& after) {
+             const size_t n = before.m_vertices.size();
+             ASSERT_EQ(after.m_vertices.size(), 3 * n);
+             ASSERT_EQ(after.m_faces.size(), 3 * before.m_faces.size());
+             // Two quarter turns about z: (x, y) becomes (-x, -y), then 2 up.
+             const float* p = before.m_vertices[0].position;
+             const float* q = after.m_vertices[2 * n].position;
+             EXPECT_NEAR(q[0], -p[0], 1e-5f);
+             EXPECT_NEAR(q[1], -p[1], 1e-5f);
+             EXPECT_NEAR(q[2], p[2] + 2.0f, 1e-5f);
+             EXPECT_NEAR(after.m_vertices[2 * n].normal[0], -before.m_vertices[0].normal[0], 1e-5f);
+             EXPECT_NEAR(SignedVolume(after), 3 * SignedVolume(before), 1e-3f);
+         }},
+        {"CloneMirrored",
+         "CloneMesh",
+         {{"NumClones", "3"}, {"PosChange", "0 0 0"}, {"ScaleChange", "-1 0 0"}},
+         [](const CMesh& before, const CMesh& after) {
+             // Clones of x scale 1, 0 and -1: the last still winds outwards.
+             EXPECT_NEAR(SignedVolume(after), 2 * SignedVolume(before), 1e-3f);
+         }},
     };
     ASSERT_EQ(source.m_mesh.m_faces.size(), 6u);
     for (const SCase& row : cases) {
