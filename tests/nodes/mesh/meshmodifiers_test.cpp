@@ -12,6 +12,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <functional>
 #include <string>
@@ -24,7 +25,8 @@ struct SSource : CPDMesh
 {
     bool GenerateMesh(CPDMesh* target) override
     {
-        target->m_mesh = m_mesh;
+        if (target != this)
+            target->m_mesh = m_mesh;
         return true;
     }
 };
@@ -41,6 +43,7 @@ struct SCase
     const char* type;
     std::vector<SPort> ports;
     std::function<void(const CMesh& before, const CMesh& after)> check;
+    const char* input = "Mesh";
 };
 
 std::vector<int32_t> Corners(const CMeshFace& face)
@@ -221,6 +224,36 @@ TEST_F(MeshModifiers, EditTheUpstreamMesh)
              // Clones of x scale 1, 0 and -1: the last still winds outwards.
              EXPECT_NEAR(SignedVolume(after), 2 * SignedVolume(before), 1e-3f);
          }},
+        {"RandomizeNone",
+         "Randomize",
+         {{"Selection", "0"}},
+         [](const CMesh& before, const CMesh& after) {
+             for (size_t v = 0; v < after.m_vertices.size(); ++v)
+                 EXPECT_EQ(after.m_vertices[v].position[0], before.m_vertices[v].position[0]);
+         }},
+        {"RandomizeAll",
+         "Randomize",
+         {{"Amount", "0.1"}},
+         [](const CMesh& before, const CMesh& after) {
+             std::vector<std::array<float, 3>> corners;
+             for (const CMeshVertexA& v : after.m_vertices)
+                 corners.push_back({v.position[0], v.position[1], v.position[2]});
+             std::sort(corners.begin(), corners.end());
+             corners.erase(std::unique(corners.begin(), corners.end()), corners.end());
+             EXPECT_EQ(corners.size(), 8u) << "coincident vertices move together";
+             EXPECT_NE(after.m_vertices[0].position[0], before.m_vertices[0].position[0]);
+             EXPECT_NEAR(after.m_vertices[0].position[0], before.m_vertices[0].position[0], 0.1f);
+         }},
+        {"TransformMesh",
+         "TransformMesh",
+         {{"Pos", "0 0 3"}, {"Scale", "2 1 1"}},
+         [](const CMesh& before, const CMesh& after) {
+             ASSERT_EQ(after.m_vertices.size(), before.m_vertices.size());
+             EXPECT_FLOAT_EQ(after.m_vertices[0].position[0], 2 * before.m_vertices[0].position[0]);
+             EXPECT_FLOAT_EQ(after.m_vertices[0].position[2], before.m_vertices[0].position[2] + 3);
+             EXPECT_NEAR(SignedVolume(after), 2 * SignedVolume(before), 1e-3f);
+         },
+         "Mesh3"},
     };
     ASSERT_EQ(source.m_mesh.m_faces.size(), 6u);
     for (const SCase& row : cases) {
@@ -230,8 +263,10 @@ TEST_F(MeshModifiers, EditTheUpstreamMesh)
         auto* modifier = dynamic_cast<CPDMesh*>(node);
         ASSERT_NE(modifier, nullptr);
         CPDMesh result;
-        EXPECT_FALSE(modifier->GenerateMesh(&result)) << "no input, no mesh";
-        node->GetInPort<CPortMesh>("Mesh")->m_value = &source;
+        // A modifier fails without input; a combiner has nothing to add.
+        EXPECT_EQ(modifier->GenerateMesh(&result), std::string(row.input) != "Mesh");
+        EXPECT_TRUE(result.m_mesh.m_vertices.empty()) << "no input, no mesh";
+        node->GetInPort<CPortMesh>(row.input)->m_value = &source;
         for (const SPort& port : row.ports)
             CValueGraph::Set(node, port.name, port.value);
         ASSERT_TRUE(modifier->GenerateMesh(&result));
