@@ -12,6 +12,10 @@ struct SMeshPlacement
     SVec3 scale = {1, 1, 1};
 };
 
+// Rows scale.x · R row 0, scale.y · R row 1, scale.z · R row 2, then the
+// position; `rotation` receives R when given.
+CMatrix PlacementMatrix(const SMeshPlacement& placement, CMatrix* rotation = nullptr);
+
 // Appends `source` to `target` rotated, scaled and then moved; the normals
 // turn with the rotation alone. Returns false when the scale mirrors, so the
 // caller knows the normals want recomputing.

@@ -254,6 +254,27 @@ TEST_F(MeshModifiers, EditTheUpstreamMesh)
              EXPECT_NEAR(SignedVolume(after), 2 * SignedVolume(before), 1e-3f);
          },
          "Mesh3"},
+        {"PositionToUV",
+         "TransformEx",
+         {{"InputComponent", "0"}, {"Scale", "2 1 1"}, {"Pos", "0 1 0"}},
+         [](const CMesh& before, const CMesh& after) {
+             for (size_t v = 0; v < after.m_vertices.size(); ++v) {
+                 EXPECT_FLOAT_EQ(after.m_vertices[v].uv[0], 2 * before.m_vertices[v].position[0]);
+                 EXPECT_FLOAT_EQ(after.m_vertices[v].uv[1], before.m_vertices[v].position[1] + 1);
+                 EXPECT_EQ(after.m_vertices[v].position[0], before.m_vertices[v].position[0]);
+             }
+         }},
+        {"UVToColorOfSelected",
+         "TransformEx",
+         {{"OutputComponent", "5"}, {"Selection", "2"}},
+         [](const CMesh& before, const CMesh& after) {
+             for (size_t v = 0; v < after.m_vertices.size(); ++v) {
+                 const CMeshVertexA& b = before.m_vertices[v];
+                 const uint32_t expected =
+                     b.select >= 0.5f ? uint32_t(b.uv[0] * 255.0f) | uint32_t(b.uv[1] * 255.0f) << 8 : b.color;
+                 EXPECT_EQ(after.m_vertices[v].color, expected) << v;
+             }
+         }},
     };
     ASSERT_EQ(source.m_mesh.m_faces.size(), 6u);
     for (const SCase& row : cases) {
