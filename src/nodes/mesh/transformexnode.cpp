@@ -90,13 +90,7 @@ bool CTransformExNode::GenerateMesh(CPDMesh* target)
     CPDMesh* source = m_meshIn->m_value;
     if (!source || !source->GenerateMesh(target))
         return false;
-    const auto& pos = m_pos->m_value;
-    const auto& rot = m_rot->m_value;
-    const auto& scale = m_scale->m_value;
-    SMeshPlacement placement;
-    placement.position = {pos[0], pos[1], pos[2]};
-    placement.rotation = {rot[0], rot[1], rot[2]};
-    placement.scale = {scale[0], scale[1], scale[2]};
+    const SMeshPlacement placement = Placement(m_pos, m_rot, m_scale);
     const CMatrix matrix = PlacementMatrix(placement);
     const int selection = Clamped(m_selection);
     const int from = Clamped(m_inputComponent);

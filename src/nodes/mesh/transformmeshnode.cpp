@@ -45,18 +45,13 @@ bool CTransformMeshNode::GenerateMesh(CPDMesh* target)
     mesh.Clear();
     mesh.m_vertices.reserve(vertices);
     mesh.m_faces.reserve(faces);
-    const auto& pos = m_pos->m_value;
-    const auto& rot = m_rot->m_value;
-    const auto& scale = m_scale->m_value;
-    SMeshPlacement placement;
-    placement.position = {pos[0], pos[1], pos[2]};
-    placement.rotation = {rot[0], rot[1], rot[2]};
-    placement.scale = {scale[0], scale[1], scale[2]};
+    const SMeshPlacement placement = Placement(m_pos, m_rot, m_scale);
     for (const CPDMesh* source : sources)
         AppendPlaced(mesh, source->m_mesh, placement);
+    const SVec3& scale = placement.scale;
     const bool unscaled =
-        std::abs(scale[0] - 1) <= 1e-5f && std::abs(scale[1] - 1) <= 1e-5f && std::abs(scale[2] - 1) <= 1e-5f;
-    const bool unturned = rot[0] * rot[0] + rot[1] * rot[1] + rot[2] * rot[2] <= 1e-5f;
+        std::abs(scale.x - 1) <= 1e-5f && std::abs(scale.y - 1) <= 1e-5f && std::abs(scale.z - 1) <= 1e-5f;
+    const bool unturned = Dot(placement.rotation, placement.rotation) <= 1e-5f;
     if (!unscaled || !unturned)
         mesh.CalcNormalsAndTangents();
     return true;
