@@ -321,3 +321,25 @@ TEST_F(MeshModifiers, WeldMergesVerticesWithinEpsilon)
         EXPECT_EQ(result.m_mesh.m_faces.size(), 2u);
     }
 }
+
+TEST_F(MeshModifiers, SelectThenDeleteRemovesExactlyTheChosenFaces)
+{
+    // A thin box around the cube's +x side: only that face lies inside it.
+    CNode* select = scene.AddNode("SelectMesh");
+    CNode* remove = scene.AddNode("DeleteFaces");
+    ASSERT_TRUE(select && remove);
+    select->GetInPort<CPortMesh>("Mesh")->m_value = &source;
+    remove->GetInPort<CPortMesh>("Mesh")->m_value = dynamic_cast<CPDMesh*>(select);
+    for (const SPort& port : std::vector<SPort>{
+             {"SelectionType", "0"}, {"Pos", "2.5 0 0"}, {"Scale", "0.1 1 1"}, {"Logic", "2"}, {"Output", "2"}})
+        CValueGraph::Set(select, port.name, port.value);
+    CPDMesh result;
+    ASSERT_TRUE(dynamic_cast<CPDMesh*>(remove)->GenerateMesh(&result));
+    ASSERT_EQ(result.m_mesh.m_faces.size(), 5u);
+    for (const CMeshFace& face : result.m_mesh.m_faces) {
+        int onSide = 0;
+        for (int c = 0; c < face.count; ++c)
+            onSide += result.m_mesh.m_vertices[size_t(face.vertices[c])].position[0] > 2.4f ? 1 : 0;
+        EXPECT_LT(onSide, face.count) << "the +x face is gone, the rest stay";
+    }
+}
