@@ -275,6 +275,24 @@ TEST_F(MeshModifiers, EditTheUpstreamMesh)
                  EXPECT_EQ(after.m_vertices[v].color, expected) << v;
              }
          }},
+        {"CloneByExpression",
+         "CloneMeshExpression",
+         {{"NumObjectsX", "2"},
+          {"NumObjectsY", "1"},
+          {"NumObjectsZ", "1"},
+          {"In1", "4"},
+          {"Expression", "pos.x = x * 10; pos.y = in1; pos.z = 0; rot.z = rot.z + 180;"}},
+         [](const CMesh& before, const CMesh& after) {
+             const size_t n = before.m_vertices.size();
+             ASSERT_EQ(after.m_vertices.size(), 2 * n);
+             const float* p = before.m_vertices[0].position;
+             // The first turned half way; the second a whole turn, as rot carries over.
+             EXPECT_NEAR(after.m_vertices[0].position[0], 10 - p[0], 1e-4f);
+             EXPECT_NEAR(after.m_vertices[0].position[1], 4 - p[1], 1e-4f);
+             EXPECT_NEAR(after.m_vertices[n].position[0], 20 + p[0], 1e-4f);
+             EXPECT_NEAR(after.m_vertices[n].position[1], 4 + p[1], 1e-4f);
+             EXPECT_NEAR(after.m_vertices[n].position[2], p[2], 1e-4f);
+         }},
     };
     ASSERT_EQ(source.m_mesh.m_faces.size(), 6u);
     for (const SCase& row : cases) {
