@@ -38,11 +38,7 @@ bool CCloneMeshExpressionNode::Init()
 
 bool CCloneMeshExpressionNode::GenerateMesh(CPDMesh* target)
 {
-    CPDMesh* source = m_meshIn->m_value;
-    if (!source)
-        return false;
-    m_input.m_mesh.Clear();
-    if (!source->GenerateMesh(&m_input))
+    if (!GenerateInto(m_meshIn, m_input))
         return false;
     // The parser logs what is wrong with a text.
     m_context.Parse(m_expression->m_value);

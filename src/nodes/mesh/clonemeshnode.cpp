@@ -24,11 +24,7 @@ CNodeDeclaration DeclareNode<CCloneMeshNode>()
 
 bool CCloneMeshNode::GenerateMesh(CPDMesh* target)
 {
-    CPDMesh* source = m_meshIn->m_value;
-    if (!source)
-        return false;
-    m_input.m_mesh.Clear();
-    if (!source->GenerateMesh(&m_input))
+    if (!GenerateInto(m_meshIn, m_input))
         return false;
     const int clones = Clamped(m_numClones);
     const CMesh& input = m_input.m_mesh;

@@ -42,3 +42,12 @@ SMeshPlacement CMeshGeneratorNode::Placement(const CPortVector* pos, const CPort
     placement.scale = {s[0], s[1], s[2]};
     return placement;
 }
+
+bool CMeshGeneratorNode::GenerateInto(const CPortMesh* port, CPDMesh& into)
+{
+    CPDMesh* source = port->m_value;
+    if (!source)
+        return false;
+    into.m_mesh.Clear();
+    return source->GenerateMesh(&into);
+}
