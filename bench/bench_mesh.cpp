@@ -1,8 +1,15 @@
 #include "mesh/meshshapes.h"
+#include "nodes/nodetypes.h"
+#include "ports/types/dataports.h"
+#include "scene/node.h"
+#include "scene/nodefactory.h"
+#include "scene/pdmesh.h"
+#include "scene/scene.h"
 
 #include <benchmark/benchmark.h>
 
 #include <cmath>
+#include <string>
 
 namespace {
 
@@ -22,7 +29,11 @@ void BM_Mesh_Generate_Sphere(benchmark::State& state)
     }
     state.SetItemsProcessed(state.iterations() * int64_t(mesh.m_vertices.size()));
 }
-BENCHMARK(BM_Mesh_Generate_Sphere)->Name("BM_Mesh_Generate/Sphere")->Arg(100)->Arg(316)->Arg(1000)
+BENCHMARK(BM_Mesh_Generate_Sphere)
+    ->Name("BM_Mesh_Generate/Sphere")
+    ->Arg(100)
+    ->Arg(316)
+    ->Arg(1000)
     ->Unit(benchmark::kMillisecond);
 
 void BM_Mesh_NormalsTangents(benchmark::State& state)
@@ -52,5 +63,32 @@ void BM_Mesh_Weld(benchmark::State& state)
     state.SetItemsProcessed(state.iterations() * int64_t(sphere.m_vertices.size()));
 }
 BENCHMARK(BM_Mesh_Weld)->Arg(10000)->Arg(100000)->Arg(1000000)->Unit(benchmark::kMillisecond);
+
+// A CloneMesh node copying a 10×10×10 tessellated cube (600 faces).
+void BM_Mesh_CloneMesh(benchmark::State& state)
+{
+    CNodeFactory::Get()->Init(NodeTypes());
+    {
+        CScene scene;
+        CNode* cube = scene.AddNode("Cube");
+        CNode* clone = scene.AddNode("CloneMesh");
+        // Set as the scene's update would, without running one.
+        clone->GetInPort<CPortMesh>("Mesh")->m_value = dynamic_cast<CPDMesh*>(cube);
+        for (const char* axis : {"TesselateX", "TesselateY", "TesselateZ"})
+            cube->GetInPort(axis)->SetValue("10");
+        clone->GetInPort("NumClones")->SetValue(std::to_string(state.range(0)));
+        clone->GetInPort("RotChange")->SetValue("3 5 7");
+        auto* mesh = dynamic_cast<CPDMesh*>(clone);
+        CPDMesh target;
+        for (auto _ : state) {
+            target.m_mesh.Clear();
+            mesh->GenerateMesh(&target);
+            benchmark::DoNotOptimize(target.m_mesh.m_vertices.data());
+        }
+        state.SetItemsProcessed(state.iterations() * int64_t(target.m_mesh.m_faces.size()));
+    }
+    CNodeFactory::Get()->Release();
+}
+BENCHMARK(BM_Mesh_CloneMesh)->Arg(10)->Arg(20)->Arg(40)->Arg(80)->Unit(benchmark::kMillisecond);
 
 } // namespace

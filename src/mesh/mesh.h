@@ -39,6 +39,10 @@ public:
     // Snaps positions closer than epsilon together, then welds exactly.
     void WeldDistance(float epsilon);
     void RemoveDegenerateFaces();
+    // Shading between flat faces (0) and smooth normals (1); at 1 the vertices
+    // that differ only in their normals are welded, below it every corner
+    // gets a vertex of its own.
+    void Facette(float smoothness);
 
     // Per corner (face × 4 + corner) the corner across its edge, -1 at a
     // border.

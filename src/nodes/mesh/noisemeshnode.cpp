@@ -1,6 +1,7 @@
 #include "nodes/mesh/noisemeshnode.h"
 
 #include "expression/simplexnoise.h"
+#include "nodes/support/meshselection.h"
 #include "ports/types/dataports.h"
 #include "ports/types/portfloat.h"
 #include "ports/types/portint.h"
@@ -16,24 +17,6 @@ SVectorValues FrequencyValues()
     return values;
 }
 
-enum ESelection
-{
-    SelectNone = 0,
-    SelectAll = 1,
-    SelectSelected = 2,
-    SelectUnselected = 3,
-};
-
-bool Taken(int selection, float select)
-{
-    switch (selection) {
-    case SelectAll: return true;
-    case SelectSelected: return select >= 0.5f;
-    case SelectUnselected: return select < 0.5f;
-    default: return false;
-    }
-}
-
 } // namespace
 
 template <>
@@ -41,8 +24,7 @@ CNodeDeclaration DeclareNode<CNoiseMeshNode>()
 {
     return {{
         In(&CNoiseMeshNode::m_meshIn, "Mesh", "Mesh to displace"),
-        In(&CNoiseMeshNode::m_selection, "Selection", "What faces to apply the effect to",
-           {1, 0, 3, {{0, "None"}, {1, "All"}, {2, "Selected"}, {3, "Unselected"}}}),
+        In(&CNoiseMeshNode::m_selection, "Selection", kSelectionDescription, SelectionValues(1)),
         In(&CNoiseMeshNode::m_frequency, "Freqency", "Noise freqency", FrequencyValues()),
         In(&CNoiseMeshNode::m_amplify, "Amplify", "Amplification of the noise", {{0.1f, 0.1f, 0.1f}, 0.01f, 10000.0f}),
         In(&CNoiseMeshNode::m_octaves, "Octaves", "Number of octaves of noise to sum up", {1, 1, 16}),
@@ -74,7 +56,7 @@ bool CNoiseMeshNode::GenerateMesh(CPDMesh* target)
             std::copy_n(mesh.m_vertices[size_t(map[i])].position, 3, position);
             continue;
         }
-        if (!Taken(selection, mesh.m_vertices[i].select))
+        if (!SelectionTakes(selection, mesh.m_vertices[i].select))
             continue;
         float q[3], amp[3], sum[3] = {0, 0, 0};
         for (int a = 0; a < 3; ++a) {

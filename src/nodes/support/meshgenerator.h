@@ -6,6 +6,8 @@
 class CPortFloat;
 class CPortInt;
 class CPortMesh;
+class CPortVector;
+struct SMeshPlacement;
 template <class TOwner>
 class TPorts;
 
@@ -23,6 +25,11 @@ protected:
     // Port values within the port's range, whatever a connection delivered.
     static int Clamped(const CPortInt* port);
     static float Clamped(const CPortFloat* port);
+    // The mesh of the node on `port` generated into `into`, emptied first;
+    // false without a connected node or when it fails.
+    static bool GenerateInto(const CPortMesh* port, CPDMesh& into);
+    // The placement given by position, rotation (degrees) and scale ports.
+    static SMeshPlacement Placement(const CPortVector* pos, const CPortVector* rot, const CPortVector* scale);
 
     CPortMesh* m_meshOut = nullptr;
 };

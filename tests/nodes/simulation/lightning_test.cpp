@@ -6,7 +6,6 @@
 #include "app/random.h"
 #include "nodes/simulation/lightningnode.h"
 #include "nodes/value/valuegraph.h"
-#include "support/allocationcount.h"
 
 #include <gtest/gtest.h>
 
