@@ -1,0 +1,162 @@
+#include "config/playlistviewmodel.h"
+
+#include "app/paths.h"
+#include "app/textutil.h"
+#include "config/objectlistmodel.h"
+#include "config/sceneviewmodel.h"
+
+#include <QFile>
+
+#include <array>
+
+namespace {
+
+// Entries are compared as the files they name, whatever macro or slash
+// form the playlist wrote them in.
+QString EntryFile(const CScene& entry)
+{
+    return QString::fromStdString(ExpandPath(WithSlashes(entry.m_fileName)));
+}
+
+bool SameFile(const QString& a, const QString& b)
+{
+    return a.compare(b, Qt::CaseInsensitive) == 0;
+}
+
+// The lists in the order their scenes are resolved, with their kinds.
+std::array<std::pair<CPlaylist::Entries*, ESceneKind>, 5> ListsByKind(CPlaylist& playlist)
+{
+    return {{{&playlist.m_scenes, ESceneKind::Standalone},
+             {&playlist.m_backgrounds, ESceneKind::Background},
+             {&playlist.m_foregrounds, ESceneKind::Foreground},
+             {&playlist.m_postprocessings, ESceneKind::Postprocessing},
+             {&playlist.m_transitions, ESceneKind::Transition}}};
+}
+
+bool Matches(CScene& entry, const CSceneViewModel& scene)
+{
+    const std::string id = scene.scene().GetId();
+    if (!entry.m_id.empty() && !id.empty())
+        return entry.m_id == id;
+    if (!SameFile(EntryFile(entry), scene.filepath()))
+        return false;
+    if (entry.m_id.empty())
+        entry.m_id = id;
+    return true;
+}
+
+// Brings one list in line with the scenes of its kind; true if it changed.
+bool AlignList(CPlaylist& playlist, CPlaylist::Entries& list, ESceneKind kind,
+               const QList<CSceneViewModel*>& scenes)
+{
+    bool changed = false;
+    std::vector<bool> marked(list.size(), false);
+    for (const CSceneViewModel* scene : scenes) {
+        if (scene->kind() != kind)
+            continue;
+        size_t i = 0;
+        while (i < list.size() && !SameFile(EntryFile(*list[i]), scene->filepath()))
+            ++i;
+        if (i == list.size()) {
+            // Stored with the path macros, so the playlist moves with the data.
+            playlist.Add(list, CompressPath(QFile::encodeName(scene->filepath()).toStdString()),
+                         scene->scene().GetId());
+            marked.push_back(false);
+            changed = true;
+        }
+        marked[i] = true;
+    }
+    for (size_t i = list.size(); i-- > 0;) {
+        if (!marked[i]) {
+            list.erase(list.begin() + std::ptrdiff_t(i));
+            changed = true;
+        }
+    }
+    return changed;
+}
+
+} // namespace
+
+QString UserPlaylistPath(const QString& name)
+{
+    return QString::fromStdString(ExpandPath("[userpath]playlists/")) + name + QStringLiteral(".lmp");
+}
+
+CPlaylistViewModel::CPlaylistViewModel(const QString& path, const QString& name, QObject* parent)
+    : QObject(parent), m_filepath(path), m_name(name)
+{
+    if (path.isEmpty())
+        return;
+    if (!m_playlist.Load(QFile::encodeName(path).toStdString()))
+        m_loadError = tr("The playlist file \"%1\" can't be read.").arg(path);
+    for (auto [list, kind] : ListsByKind(m_playlist))
+        m_scenesSelected += int32_t(list->size());
+}
+
+void CPlaylistViewModel::setName(const QString& name)
+{
+    if (name == m_name)
+        return;
+    const QString oldPath = m_filepath;
+    m_name = name;
+    m_filepath = UserPlaylistPath(name);
+    QFile::rename(oldPath, m_filepath);
+    Q_EMIT renamed(oldPath, m_filepath);
+    Q_EMIT nameChanged();
+}
+
+void CPlaylistViewModel::setSelected(bool selected)
+{
+    if (selected == m_selected)
+        return;
+    m_selected = selected;
+    Q_EMIT selectedChanged();
+}
+
+void CPlaylistViewModel::setScenesSelected(int count)
+{
+    if (count == m_scenesSelected)
+        return;
+    m_scenesSelected = count;
+    Q_EMIT scenesSelectedChanged();
+}
+
+QQmlListProperty<CSceneViewModel> CPlaylistViewModel::scenes()
+{
+    return QQmlListProperty<CSceneViewModel>(this, &m_scenes);
+}
+
+void CPlaylistViewModel::ResolveScenes(const QObjectListModel& allScenes)
+{
+    if (m_resolved)
+        return;
+    m_resolved = true;
+    for (auto [list, kind] : ListsByKind(m_playlist)) {
+        for (const std::unique_ptr<CScene>& entry : *list) {
+            for (QObject* object : allScenes.objectList()) {
+                auto* scene = qobject_cast<CSceneViewModel*>(object);
+                if (scene && Matches(*entry, *scene)) {
+                    m_scenes << scene;
+                    break;
+                }
+            }
+        }
+    }
+    Q_EMIT scenesChanged();
+}
+
+void CPlaylistViewModel::Commit(const QList<CSceneViewModel*>& selected)
+{
+    m_scenes = selected;
+    Q_EMIT scenesChanged();
+    bool changed = false;
+    for (auto [list, kind] : ListsByKind(m_playlist))
+        changed = AlignList(m_playlist, *list, kind, m_scenes) || changed;
+    if (changed)
+        Save();
+}
+
+bool CPlaylistViewModel::Save() const
+{
+    return m_playlist.Save(QFile::encodeName(m_filepath).toStdString());
+}
