@@ -4,7 +4,9 @@
 #include "app/paths.h"
 
 #include <QCoreApplication>
+#include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QProcess>
 
 #include <algorithm>
@@ -358,6 +360,7 @@ void CConfigViewModel::addPlaylist(const QString& name)
         path = UserPlaylistPath(unique);
     }
     auto* playlist = new CPlaylistViewModel(path, unique, this);
+    QDir().mkpath(QFileInfo(path).absolutePath());
     playlist->Save();
     connect(playlist, &CPlaylistViewModel::renamed, this, &CConfigViewModel::OnPlaylistRenamed);
     m_playlists << playlist;

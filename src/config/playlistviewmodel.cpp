@@ -7,7 +7,9 @@
 
 #include <QFile>
 
+#include <algorithm>
 #include <array>
+#include <utility>
 
 namespace {
 
@@ -85,7 +87,8 @@ QString UserPlaylistPath(const QString& name)
 CPlaylistViewModel::CPlaylistViewModel(const QString& path, const QString& name, QObject* parent)
     : QObject(parent), m_filepath(path), m_name(name)
 {
-    if (path.isEmpty())
+    // A new playlist has no file yet.
+    if (path.isEmpty() || !QFile::exists(path))
         return;
     if (!m_playlist.Load(QFile::encodeName(path).toStdString()))
         m_loadError = tr("The playlist file \"%1\" can't be read.").arg(path);
@@ -148,12 +151,53 @@ void CPlaylistViewModel::ResolveScenes(const QObjectListModel& allScenes)
 void CPlaylistViewModel::Commit(const QList<CSceneViewModel*>& selected)
 {
     m_scenes = selected;
-    Q_EMIT scenesChanged();
     bool changed = false;
     for (auto [list, kind] : ListsByKind(m_playlist))
         changed = AlignList(m_playlist, *list, kind, m_scenes) || changed;
+    // Entries that stayed keep their place, so the list shows the file's order.
+    OrderScenesAsEntries();
+    Q_EMIT scenesChanged();
     if (changed)
         Save();
+}
+
+void CPlaylistViewModel::OrderScenesAsEntries()
+{
+    QList<CSceneViewModel*> ordered;
+    for (auto [list, kind] : ListsByKind(m_playlist)) {
+        for (const std::unique_ptr<CScene>& entry : *list) {
+            const QString file = EntryFile(*entry);
+            for (CSceneViewModel* scene : std::as_const(m_scenes)) {
+                if (scene->kind() == kind && SameFile(file, scene->filepath()) && !ordered.contains(scene)) {
+                    ordered << scene;
+                    break;
+                }
+            }
+        }
+    }
+    m_scenes = ordered;
+}
+
+void CPlaylistViewModel::moveScene(int from, int to)
+{
+    if (from < 0 || to < 0 || from >= m_scenes.size() || to >= m_scenes.size() || from == to)
+        return;
+    m_scenes.move(from, to);
+    // Each list takes the order its scenes now have among all.
+    for (auto [list, kind] : ListsByKind(m_playlist)) {
+        const auto position = [this](const std::unique_ptr<CScene>& entry) {
+            const QString file = EntryFile(*entry);
+            for (qsizetype i = 0; i < m_scenes.size(); ++i) {
+                if (SameFile(file, m_scenes[i]->filepath()))
+                    return i;
+            }
+            return m_scenes.size();
+        };
+        std::stable_sort(list->begin(), list->end(),
+                         [&position](const auto& a, const auto& b) { return position(a) < position(b); });
+    }
+    Q_EMIT scenesChanged();
+    Save();
 }
 
 bool CPlaylistViewModel::Save() const

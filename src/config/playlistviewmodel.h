@@ -54,6 +54,9 @@ public:
     // any list changed.
     void Commit(const QList<CSceneViewModel*>& selected);
     bool Save() const;
+    // Moves a scene within the playlist, and its entry within its list, and
+    // saves: the order of entries is the order a run without chance plays.
+    Q_INVOKABLE void moveScene(int from, int to);
 
 Q_SIGNALS:
     void nameChanged();
@@ -64,6 +67,9 @@ Q_SIGNALS:
     void renamed(const QString& oldPath, const QString& newPath);
 
 private:
+    // `scenes` in the order of the entries, list by list.
+    void OrderScenesAsEntries();
+
     CPlaylist m_playlist;
     QString m_filepath;
     QString m_name;
