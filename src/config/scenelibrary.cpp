@@ -2,6 +2,7 @@
 
 #include "app/log.h"
 #include "app/paths.h"
+#include "config/configviewmodel.h"
 #include "config/playlistviewmodel.h"
 #include "config/sceneviewmodel.h"
 #include "config/tagviewmodel.h"
@@ -123,6 +124,18 @@ QList<CTagViewModel*> CountTags(const QList<CSceneViewModel*>& scenes, QObject* 
                   return a->score() != b->score() ? a->score() > b->score() : a->name() < b->name();
               });
     return tags;
+}
+
+void Load(CConfigViewModel& root)
+{
+    const QList<CSceneViewModel*> scenes = ScanScenes(&root);
+    auto* model = new QObjectListModel(&root);
+    model->setObjectList({scenes.begin(), scenes.end()});
+    root.setAllScenes(model);
+    root.setPlaylistList(ReadPlaylists(&root));
+    root.setTagList(CountTags(scenes, &root));
+    Log("Library: %lld scenes, %lld playlists, %lld tags", static_cast<long long>(scenes.size()),
+        static_cast<long long>(root.playlistList().size()), static_cast<long long>(root.tagList().size()));
 }
 
 bool ImportScene(const QString& file)

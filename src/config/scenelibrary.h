@@ -3,6 +3,7 @@
 #include <QList>
 #include <QString>
 
+class CConfigViewModel;
 class CPlaylistViewModel;
 class CSceneViewModel;
 class CTagViewModel;
@@ -26,6 +27,10 @@ QList<CPlaylistViewModel*> ReadPlaylists(QObject* owner);
 // How many scenes carry each word, kind labels and "User" included, most
 // used first.
 QList<CTagViewModel*> CountTags(const QList<CSceneViewModel*>& scenes, QObject* owner);
+
+// All of the above handed to the root view model, whose children the
+// objects become; the playlist to run becomes the active playlist.
+void Load(CConfigViewModel& root);
 
 // Copies a scene package into "[userpath]scenes/Imported" as "<base>.lmc",
 // keeping a file already there. False when the file to import is missing.
