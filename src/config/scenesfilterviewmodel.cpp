@@ -27,6 +27,15 @@ QVariant CScenesFilterViewModel::data(const QModelIndex& index, int role) const
     return QSortFilterProxyModel::data(index, role);
 }
 
+void CScenesFilterViewModel::setOrigin(const QString& origin)
+{
+    if (origin == m_origin)
+        return;
+    m_origin = origin;
+    invalidateFilter();
+    Q_EMIT originChanged();
+}
+
 CSceneViewModel* CScenesFilterViewModel::sceneAt(int row) const
 {
     const QModelIndex source = mapToSource(index(row, 0));
@@ -43,6 +52,8 @@ bool CScenesFilterViewModel::filterAcceptsRow(int sourceRow, const QModelIndex&)
 {
     const CSceneViewModel* scene = sourceScene(sourceRow);
     if (!scene)
+        return false;
+    if (!m_origin.isEmpty() && !PassesWord(m_origin, *scene))
         return false;
     for (const QString& word : m_words) {
         if (!PassesWord(word, *scene))

@@ -10,6 +10,9 @@ class CSceneViewModel;
 class CScenesFilterViewModel : public QSortFilterProxyModel
 {
     Q_OBJECT
+    // "User" or "Official" narrows the scenes to one origin beside the
+    // chosen tag; empty shows both.
+    Q_PROPERTY(QString origin READ origin WRITE setOrigin NOTIFY originChanged)
 
 public:
     explicit CScenesFilterViewModel(QObject* parent = nullptr) : QSortFilterProxyModel(parent) {}
@@ -18,13 +21,18 @@ public:
     const QStringList& words() const { return m_words; }
     void setSearchText(const QString& text) { m_searchText = text; }
     const QString& searchText() const { return m_searchText; }
+    const QString& origin() const { return m_origin; }
+    void setOrigin(const QString& origin);
 
     QVariant data(const QModelIndex& index, int role) const override;
     // The scene at a row of this model, or null.
-    CSceneViewModel* sceneAt(int row) const;
+    Q_INVOKABLE CSceneViewModel* sceneAt(int row) const;
 
 public Q_SLOTS:
     void invalidate() { invalidateFilter(); }
+
+Q_SIGNALS:
+    void originChanged();
 
 protected:
     bool filterAcceptsRow(int sourceRow, const QModelIndex& sourceParent) const override;
@@ -35,4 +43,5 @@ private:
 
     QStringList m_words;
     QString m_searchText;
+    QString m_origin;
 };

@@ -161,6 +161,13 @@ TEST_F(ConfigViewModel, FilterPassesScenesByWordsOriginKindLicenceAndSearchText)
         EXPECT_EQ(VisibleNames(filter), row.visible);
     }
     EXPECT_EQ(filter.data(filter.index(0, 0), Qt::DisplayRole).toInt(), 1);
+    // The origin narrows beside the words.
+    filter.setOrigin("User");
+    EXPECT_EQ(VisibleNames(filter), QStringList{"Comet"});
+    filter.setOrigin("Official");
+    filter.setWords({});
+    m_vm.searchScenes({});
+    EXPECT_EQ(VisibleNames(filter), (QStringList{"Bolt", "Comet", "Dawn"}));
 }
 
 TEST_F(ConfigViewModel, SelectTagKeepsOneWordAndSignalsEachTagThatChanged)

@@ -1,0 +1,121 @@
+import QtQuick
+import QtTest
+import Lumora 1.0
+
+// The main window as a user drives it: filter, open a scene, tag it, edit a
+// playlist, save, and a picture of it all.
+TestCase {
+    id: test
+    name: "ConfigWindow"
+    when: windowShown
+    property var window: null
+
+    function typeText(text) {
+        for (var i = 0; i < text.length; ++i)
+            keyClick(text[i])
+    }
+    function child(name) {
+        var found = findChild(window, name)
+        verify(found, "no item named " + name)
+        return found
+    }
+    function sceneIndex(grid, name) {
+        for (var i = 0; i < grid.count; ++i) {
+            if (ConfigViewModel.filteredScenes.sceneAt(i).name === name)
+                return i
+        }
+        return -1
+    }
+
+    function initTestCase() {
+        var component = Qt.createComponent("qrc:/qml/Main.qml")
+        compare(component.status, Component.Ready, component.errorString())
+        window = component.createObject(null)
+        window.width = 1280
+        window.height = 800
+        window.show()
+        window.requestActivate()
+        tryVerify(function() { return window.active }, 5000)
+        waitForRendering(window.contentItem)
+    }
+
+    function test_1_typingInTheFilterShrinksTheGrid() {
+        var grid = child("sceneGrid")
+        var all = grid.count
+        verify(all >= 15, "library holds " + all)
+        var search = child("searchField")
+        mouseClick(search)
+        typeText("pla")
+        tryCompare(grid, "count", 1)
+        waitForItemPolished(grid)
+        compare(grid.itemAtIndex(0).scene.name, "Plasma")
+        search.text = ""
+        tryCompare(grid, "count", all)
+    }
+
+    function test_2_aBrokenSceneShowsWhy() {
+        var grid = child("sceneGrid")
+        var at = sceneIndex(grid, "Damaged")
+        verify(at >= 0)
+        grid.positionViewAtIndex(at, GridView.Contain)
+        waitForRendering(grid)
+        var card = grid.itemAtIndex(at)
+        verify(card.scene.broken)
+        var tip = findChild(card, "brokenTip")
+        verify(tip)
+        mouseMove(card)
+        tryVerify(function() { return tip.visible })
+        verify(tip.text.indexOf("Damaged.lmc") >= 0, tip.text)
+    }
+
+    function test_3_openASceneAndAddATag() {
+        var grid = child("sceneGrid")
+        var at = sceneIndex(grid, "turingbloom")
+        verify(at >= 0)
+        grid.positionViewAtIndex(at, GridView.Contain)
+        waitForRendering(grid)
+        mouseClick(grid.itemAtIndex(at))
+        compare(ConfigViewModel.activeScene.name, "turingbloom")
+        mouseClick(child("newTagField"))
+        typeText("calm")
+        keyClick(Qt.Key_Return)
+        verify(ConfigViewModel.activeScene.tags.indexOf("calm") >= 0)
+        verify(testHelper.tagsInFile(ConfigViewModel.activeScene.filepath).indexOf("calm") >= 0)
+    }
+
+    function test_4_editAPlaylistAndSave() {
+        compare(ConfigViewModel.activePlaylist.name, "Evening")
+        compare(ConfigViewModel.activePlaylist.scenesSelected, 4)
+        window.showPage(1)
+        mouseClick(child("newPlaylistField"))
+        typeText("Night")
+        mouseClick(child("createPlaylistButton"))
+        compare(ConfigViewModel.activePlaylist.name, "Night")
+        compare(ConfigViewModel.activePlaylist.scenesSelected, 0)
+
+        // Back in the library, tick the scene that is open.
+        window.showPage(0)
+        waitForRendering(window.contentItem)
+        mouseClick(child("inPlaylistBox"))
+        compare(ConfigViewModel.activePlaylist.scenesSelected, 1)
+        keyClick(Qt.Key_S, Qt.ControlModifier)
+        var text = testHelper.readFile(userPath + "/playlists/Night.lmp")
+        verify(text.indexOf("turingbloom.lmc") >= 0, text)
+        verify(testHelper.readFile(userPath + "/config.xml").indexOf("Night.lmp") >= 0)
+    }
+
+    function test_5_screenshot() {
+        ConfigViewModel.activePlaylist = ConfigViewModel.playlists[0]
+        window.showPage(0)
+        var grid = child("sceneGrid")
+        grid.positionViewAtBeginning()
+        grid.currentIndex = sceneIndex(grid, "Grid")
+        grid.positionViewAtBeginning()
+        compare(ConfigViewModel.activeScene.name, "Grid")
+        // Away from the cards, so that no tooltip covers the picture.
+        mouseMove(child("startButton"), -40, 20)
+        wait(500)
+        waitForRendering(window.contentItem)
+        verify(testHelper.grab(window, "config.png"))
+    }
+}
