@@ -33,7 +33,7 @@ Item {
         // ---- Filters ----
         Rectangle {
             Layout.fillHeight: true
-            Layout.preferredWidth: 230
+            Layout.preferredWidth: browser.width < 1200 ? 200 : 230
             color: Theme.panel
             ScrollView {
                 anchors.fill: parent
@@ -53,7 +53,8 @@ Item {
                         Keys.onReturnPressed: grid.forceActiveFocus()
                     }
                     Label { text: qsTr("Origin"); color: Theme.dimText; font.pixelSize: 12 }
-                    RowLayout {
+                    Flow {
+                        Layout.fillWidth: true
                         spacing: 6
                         Repeater {
                             model: [{ label: qsTr("All"), word: "" }, { label: qsTr("Mine"), word: "User" },
@@ -119,7 +120,7 @@ Item {
                     visible: ConfigViewModel.activePlaylist !== null
                     Label {
                         Layout.fillWidth: true
-                        text: qsTr("Tick scenes to put them in \u201c%1\u201d")
+                        text: qsTr("Ticked scenes play in \u201c%1\u201d")
                               .arg(ConfigViewModel.activePlaylist ? ConfigViewModel.activePlaylist.name : "")
                         color: Theme.dimText
                         elide: Text.ElideRight
@@ -176,7 +177,7 @@ Item {
         SceneDetail {
             objectName: "sceneDetail"
             Layout.fillHeight: true
-            Layout.preferredWidth: Math.max(280, Math.min(380, browser.width * 0.26))
+            Layout.preferredWidth: Math.max(300, Math.min(400, browser.width * 0.27))
             scene: ConfigViewModel.activeScene
         }
     }

@@ -41,6 +41,8 @@ Rectangle {
             }
             ColumnLayout {
                 Layout.fillWidth: true
+                // Long words must wrap, not widen the pane.
+                Layout.maximumWidth: detail.width - 2 * Theme.gap
                 Layout.margins: Theme.gap
                 spacing: 8
                 Label {
@@ -101,7 +103,7 @@ Rectangle {
                         }
                     }
                     Switch {
-                        text: qsTr("May be relicensed")
+                        text: qsTr("Relicensable")
                         checked: detail.scene ? detail.scene.relicensingPossible : false
                         enabled: detail.scene !== null && !detail.scene.broken
                         onToggled: detail.scene.setRelicensingPossible(checked)

@@ -10,7 +10,9 @@ AbstractButton {
     signal removeClicked()
 
     implicitHeight: 28
-    implicitWidth: row.implicitWidth + 20
+    implicitWidth: implicitContentWidth + leftPadding + rightPadding
+    leftPadding: 12
+    rightPadding: 12
     focusPolicy: Qt.StrongFocus
     Accessible.name: text
 

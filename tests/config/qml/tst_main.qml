@@ -118,4 +118,15 @@ TestCase {
         waitForRendering(window.contentItem)
         verify(testHelper.grab(window, "config.png"))
     }
+
+    function test_6_everyPageFitsTheSmallestWindow() {
+        window.width = 1024
+        window.height = 600
+        var names = ["small-scenes.png", "small-playlists.png", "small-settings.png"]
+        for (var page = 0; page < 3; ++page) {
+            window.showPage(page)
+            waitForRendering(window.contentItem)
+            verify(testHelper.grab(window, names[page]))
+        }
+    }
 }
