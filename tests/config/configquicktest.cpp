@@ -57,12 +57,12 @@ class CQuickTestHelper : public QObject
     Q_OBJECT
 
 public:
-    Q_INVOKABLE bool grab(QQuickWindow* window, const QString& name) const
+    // `keep`: the picture is the README's, replaced on purpose only.
+    Q_INVOKABLE bool grab(QQuickWindow* window, const QString& name, bool keep = false) const
     {
         const QImage picture = window->grabWindow();
         bool saved = picture.save(QStringLiteral(LUMORA_BUILD_DIR "/") + name);
-        // The README's picture is replaced on purpose only.
-        if (qEnvironmentVariableIntValue("LUMORA_UPDATE_REFERENCE"))
+        if (keep && qEnvironmentVariableIntValue("LUMORA_UPDATE_REFERENCE"))
             saved = picture.save(QStringLiteral(LUMORA_SOURCE_DIR "/docs/") + name) && saved;
         return saved && picture.size() == window->size() * window->devicePixelRatio();
     }

@@ -116,7 +116,7 @@ TestCase {
         mouseMove(child("startButton"), -40, 20)
         wait(500)
         waitForRendering(window.contentItem)
-        verify(testHelper.grab(window, "config.png"))
+        verify(testHelper.grab(window, "config.png", true))
     }
 
     function test_6_everyPageFitsTheSmallestWindow() {
