@@ -68,6 +68,16 @@ CConfigViewModel::CConfigViewModel(CCfg* configuration, const QString& configPat
     m_startProcess = [](const QString& program, const QStringList& arguments, const QString& directory) {
         QProcess::startDetached(program, arguments, directory);
     };
+    // A hand-edited file may hold anything: the controls and the next save
+    // see values in range. Render sizes are left alone, since whether they
+    // are factors or pixels is the file's business.
+    setTransitionTime(transitionTime());
+    setTransitionFromScale(transitionFromScale());
+    setTransitionToScale(transitionToScale());
+    setMinSceneTime(minSceneTime());
+    setMaxSceneTime(maxSceneTime());
+    setPostProcessingProbability(postProcessingProbability());
+    setMaxSoundCaptureSilence(maxSoundCaptureSilence());
 }
 
 bool CConfigViewModel::randNextScene() const { return m_config->RandomizeScene; }

@@ -132,6 +132,21 @@ TEST_F(ConfigViewModel, SettersEmitOnlyOnChangeAndStoreConvertedAndClampedValues
     }
 }
 
+TEST_F(ConfigViewModel, SettingsOutOfRangeInTheFileAreHeldToTheirRange)
+{
+    CCfg config;
+    config.Time = 500.0f;
+    config.PostProcessingProbability = -2.0f;
+    config.MaxRunTime = 100000;
+    const CCfg unchanged = config;
+    CConfigViewModel vm(&config, {});
+    EXPECT_EQ(vm.transitionTime(), CConfigViewModel::MaxTransitionSeconds);
+    EXPECT_EQ(vm.postProcessingProbability(), 0.0f);
+    EXPECT_EQ(vm.maxSceneTime(), CConfigViewModel::MaxSceneSeconds);
+    EXPECT_EQ(config.MinRunTime, unchanged.MinRunTime);
+    EXPECT_EQ(config.SceneFromScale, unchanged.SceneFromScale);
+}
+
 TEST_F(ConfigViewModel, FilterPassesScenesByWordsOriginKindLicenceAndSearchText)
 {
     struct SRow

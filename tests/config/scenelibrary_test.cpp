@@ -131,7 +131,8 @@ TEST_F(Library, TagChangesRewriteTheFileAndKeepItsPicturesWhichTheProviderServes
     EXPECT_EQ(picture.size(), size);
     EXPECT_EQ(provider.requestImage(path + "#preview.jpg", &size, {}).size(), QSize(160, 90));
     Write(UserPath("scenes/Broken.lmc"), "not a zip");
-    EXPECT_TRUE(provider.requestImage(UserPath("scenes/Broken.lmc#scene.jpg"), &size, {}).isNull());
-    EXPECT_TRUE(provider.requestImage(path + "#missing.jpg", &size, {}).isNull());
-    EXPECT_TRUE(size.isEmpty());
+    const QImage placeholder = CSceneImageProvider::Placeholder();
+    EXPECT_EQ(provider.requestImage(UserPath("scenes/Broken.lmc#scene.jpg"), &size, {}), placeholder);
+    EXPECT_EQ(provider.requestImage(path + "#missing.jpg", &size, {}), placeholder);
+    EXPECT_EQ(size, CSceneImageProvider::PlaceholderSize);
 }

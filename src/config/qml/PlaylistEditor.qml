@@ -219,8 +219,7 @@ Item {
                                         Image {
                                             Layout.preferredWidth: 56
                                             Layout.preferredHeight: 32
-                                            source: entry.scene && !entry.scene.broken
-                                                    ? "image://lmscene/" + entry.scene.filepath + "#preview.jpg" : ""
+                                            source: entry.scene ? "image://lmscene/" + entry.scene.filepath + "#preview.jpg" : ""
                                             fillMode: Image.PreserveAspectCrop
                                         }
                                         Label {

@@ -6,6 +6,9 @@ import QtQuick.Layouts
 Item {
     id: card
     property var scene
+    // While the filter changes, a card may briefly have no scene.
+    readonly property var shown: scene ? scene : ({ name: "", type: "", tags: [], broken: false, loadError: "",
+                                                     selected: false, official: true, filepath: "" })
     property bool current: false
     property bool canSelect: false
     signal clicked()
@@ -37,8 +40,7 @@ Item {
                     id: picture
                     anchors.fill: parent
                     anchors.margins: 1
-                    visible: !card.scene.broken
-                    source: card.scene.broken ? "" : "image://lmscene/" + card.scene.filepath + "#scene.jpg"
+                    source: "image://lmscene/" + card.shown.filepath + "#scene.jpg"
                     sourceSize.width: 320
                     sourceSize.height: 180
                     fillMode: Image.PreserveAspectCrop
@@ -46,19 +48,19 @@ Item {
                 }
                 Label {
                     anchors.centerIn: parent
-                    visible: card.scene.broken || picture.status === Image.Error
-                             || (picture.status === Image.Ready && picture.implicitWidth === 0)
-                    text: card.scene.broken ? qsTr("\u26a0 Can't be read") : qsTr("No picture")
-                    color: card.scene.broken ? Theme.broken : Theme.dimText
+                    visible: card.shown.broken
+                    text: qsTr("\u26a0 Can't be read")
+                    color: Theme.broken
+                    font.weight: Font.DemiBold
                 }
                 CheckBox {
                     objectName: "selectBox"
                     visible: card.canSelect
                     anchors.top: parent.top
                     anchors.right: parent.right
-                    checked: card.scene.selected
+                    checked: card.shown.selected
                     focusPolicy: Qt.NoFocus
-                    onToggled: card.scene.selected = checked
+                    onToggled: if (card.scene) card.scene.selected = checked
                     ToolTip.visible: hovered
                     ToolTip.text: qsTr("In the active playlist")
                 }
@@ -67,10 +69,10 @@ Item {
                 Layout.fillWidth: true
                 Layout.leftMargin: 10
                 Layout.rightMargin: 10
-                text: card.scene.name
+                text: card.shown.name
                 font.pixelSize: 15
                 font.weight: Font.DemiBold
-                color: card.scene.broken ? Theme.broken : Theme.text
+                color: card.shown.broken ? Theme.broken : Theme.text
                 elide: Text.ElideRight
             }
             Label {
@@ -78,8 +80,8 @@ Item {
                 Layout.leftMargin: 10
                 Layout.rightMargin: 10
                 Layout.bottomMargin: 8
-                text: card.scene.type + (card.scene.official ? "" : " · " + qsTr("User"))
-                      + (card.scene.tags.length ? " · " + card.scene.tags.join(", ") : "")
+                text: card.shown.type + (card.shown.official ? "" : " · " + qsTr("User"))
+                      + (card.shown.tags.length ? " · " + card.shown.tags.join(", ") : "")
                 font.pixelSize: 12
                 color: Theme.dimText
                 elide: Text.ElideRight
@@ -96,8 +98,8 @@ Item {
     }
     ToolTip {
         objectName: "brokenTip"
-        visible: mouse.containsMouse && card.scene.broken
-        text: card.scene.loadError
+        visible: mouse.containsMouse && card.shown.broken
+        text: card.shown.loadError
         delay: 300
     }
 }

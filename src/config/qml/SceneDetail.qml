@@ -33,8 +33,7 @@ Rectangle {
                 Rectangle { anchors.fill: parent; color: "#0d0e12" }
                 Image {
                     anchors.fill: parent
-                    source: detail.scene && !detail.scene.broken
-                            ? "image://lmscene/" + detail.scene.filepath + "#scene.jpg" : ""
+                    source: detail.scene ? "image://lmscene/" + detail.scene.filepath + "#scene.jpg" : ""
                     fillMode: Image.PreserveAspectCrop
                     asynchronous: true
                 }
