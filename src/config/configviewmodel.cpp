@@ -2,6 +2,7 @@
 
 #include "app/cfg.h"
 #include "app/paths.h"
+#include "config/notifyingsetter.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -197,10 +198,7 @@ void CConfigViewModel::setAudioSource(const QString& source)
 
 void CConfigViewModel::setActiveScene(CSceneViewModel* scene)
 {
-    if (scene == m_activeScene)
-        return;
-    m_activeScene = scene;
-    Q_EMIT activeSceneChanged();
+    SetAndNotify(m_activeScene, scene, this, &CConfigViewModel::activeSceneChanged);
 }
 
 int CConfigViewModel::scenesSelected() const

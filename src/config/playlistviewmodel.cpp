@@ -2,6 +2,7 @@
 
 #include "app/paths.h"
 #include "app/textutil.h"
+#include "config/notifyingsetter.h"
 #include "config/objectlistmodel.h"
 #include "config/sceneviewmodel.h"
 
@@ -110,18 +111,12 @@ void CPlaylistViewModel::setName(const QString& name)
 
 void CPlaylistViewModel::setSelected(bool selected)
 {
-    if (selected == m_selected)
-        return;
-    m_selected = selected;
-    Q_EMIT selectedChanged();
+    SetAndNotify(m_selected, selected, this, &CPlaylistViewModel::selectedChanged);
 }
 
 void CPlaylistViewModel::setScenesSelected(int count)
 {
-    if (count == m_scenesSelected)
-        return;
-    m_scenesSelected = count;
-    Q_EMIT scenesSelectedChanged();
+    SetAndNotify(m_scenesSelected, count, this, &CPlaylistViewModel::scenesSelectedChanged);
 }
 
 QQmlListProperty<CSceneViewModel> CPlaylistViewModel::scenes()

@@ -1,6 +1,7 @@
 #include "config/sceneviewmodel.h"
 
 #include "app/log.h"
+#include "config/notifyingsetter.h"
 #include "scene/scene.h"
 
 #include <QFile>
@@ -81,18 +82,12 @@ QString CSceneViewModel::licenseImage() const
 
 void CSceneViewModel::setFilepath(const QString& path)
 {
-    if (path == m_filepath)
-        return;
-    m_filepath = path;
-    Q_EMIT filepathChanged();
+    SetAndNotify(m_filepath, path, this, &CSceneViewModel::filepathChanged);
 }
 
 void CSceneViewModel::setSelected(bool selected)
 {
-    if (selected == m_selected)
-        return;
-    m_selected = selected;
-    Q_EMIT selectedChanged();
+    SetAndNotify(m_selected, selected, this, &CSceneViewModel::selectedChanged);
 }
 
 ESceneKind CSceneViewModel::kind() const

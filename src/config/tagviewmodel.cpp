@@ -1,25 +1,18 @@
 #include "config/tagviewmodel.h"
 
+#include "config/notifyingsetter.h"
+
 void CTagViewModel::setName(const QString& name)
 {
-    if (name == m_name)
-        return;
-    m_name = name;
-    Q_EMIT nameChanged();
+    SetAndNotify(m_name, name, this, &CTagViewModel::nameChanged);
 }
 
 void CTagViewModel::setScore(float score)
 {
-    if (score == m_score)
-        return;
-    m_score = score;
-    Q_EMIT scoreChanged();
+    SetAndNotify(m_score, score, this, &CTagViewModel::scoreChanged);
 }
 
 void CTagViewModel::setSelected(bool selected)
 {
-    if (selected == m_selected)
-        return;
-    m_selected = selected;
-    Q_EMIT selectedChanged();
+    SetAndNotify(m_selected, selected, this, &CTagViewModel::selectedChanged);
 }
