@@ -313,8 +313,8 @@ void CConfigViewModel::setPlaylistList(const QList<CPlaylistViewModel*>& playlis
 
 void CConfigViewModel::setTagList(const QList<CTagViewModel*>& tags)
 {
+    // Given before the interface loads; tagsChanged stays unused.
     m_tags = tags;
-    Q_EMIT tagsChanged();
 }
 
 void CConfigViewModel::OnPlaylistRenamed(const QString& oldPath, const QString& newPath)
@@ -413,7 +413,8 @@ void CConfigViewModel::previewSelectedScene()
 {
     if (!m_activeScene)
         return;
-    // The visualizer reads the settings from the file.
+    // The visualizer reads the settings and the playlists from their files.
+    CommitActivePlaylist();
     SaveConfiguration();
     QString entry = m_activeScene->filepath();
     // A postprocessing pass needs a picture to work on: a layered entry puts
