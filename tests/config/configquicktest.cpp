@@ -55,8 +55,12 @@ void ConvertTestScene(const QString& name, const QString& userScenes)
 class CQuickTestHelper : public QObject
 {
     Q_OBJECT
+    // The arguments of the last program the window started.
+    Q_PROPERTY(QStringList launched MEMBER m_launched)
 
 public:
+    QStringList m_launched;
+
     // `keep`: the picture is the README's, replaced on purpose only.
     Q_INVOKABLE bool grab(QQuickWindow* window, const QString& name, bool keep = false) const
     {
@@ -114,7 +118,9 @@ public Q_SLOTS:
         m_config.Playlist = ExpandPath("[userpath]playlists/Evening.lmp");
         RegisterConfigQmlTypes();
         m_root = std::make_unique<CConfigViewModel>(&m_config, QString::fromStdString(g_paths.m_configPath));
-        m_root->setProcessStarter([](const QString&, const QStringList&, const QString&) {});
+        m_root->setProcessStarter([this](const QString& program, const QStringList& arguments, const QString&) {
+            m_helper.m_launched = QStringList{program} + arguments;
+        });
         SetQmlRootViewModel(m_root.get());
         SceneLibrary::Load(*m_root);
 

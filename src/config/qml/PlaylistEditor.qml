@@ -64,7 +64,8 @@ Item {
                         required property int index
                         width: ListView.view.width
                         highlighted: modelData === ConfigViewModel.activePlaylist
-                        onClicked: ConfigViewModel.activePlaylist = modelData
+                        // An unreadable file isn't edited: a commit would write over it.
+                        onClicked: if (!modelData.broken) ConfigViewModel.activePlaylist = modelData
                         contentItem: ColumnLayout {
                             spacing: 2
                             Label {

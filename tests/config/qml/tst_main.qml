@@ -83,6 +83,18 @@ TestCase {
         verify(testHelper.tagsInFile(ConfigViewModel.activeScene.filepath).indexOf("calm") >= 0)
     }
 
+    function test_3b_arrowKeysChooseAndEnterPreviews() {
+        var grid = child("sceneGrid")
+        grid.forceActiveFocus()
+        var before = grid.currentIndex
+        keyClick(Qt.Key_Right)
+        compare(grid.currentIndex, before + 1)
+        compare(ConfigViewModel.activeScene, ConfigViewModel.filteredScenes.sceneAt(before + 1))
+        keyClick(Qt.Key_Return)
+        compare(testHelper.launched.slice(1), ["-f", ConfigViewModel.activeScene.filepath])
+        verify(testHelper.launched[0].endsWith("/lumora"))
+    }
+
     function test_4_editAPlaylistAndSave() {
         compare(ConfigViewModel.activePlaylist.name, "Evening")
         compare(ConfigViewModel.activePlaylist.scenesSelected, 4)
@@ -100,7 +112,8 @@ TestCase {
         compare(ConfigViewModel.activePlaylist.scenesSelected, 1)
         keyClick(Qt.Key_S, Qt.ControlModifier)
         var text = testHelper.readFile(userPath + "/playlists/Night.lmp")
-        verify(text.indexOf("turingbloom.lmc") >= 0, text)
+        var file = ConfigViewModel.activeScene.filepath.split("/").pop()
+        verify(text.indexOf(file) >= 0, file + " not in " + text)
         verify(testHelper.readFile(userPath + "/config.xml").indexOf("Night.lmp") >= 0)
     }
 
