@@ -89,17 +89,8 @@ Rectangle {
                 Label { text: qsTr("Licence"); color: Theme.dimText; font.pixelSize: 12 }
                 RowLayout {
                     spacing: 8
-                    Rectangle {
-                        radius: 4
-                        color: Theme.chip
-                        implicitWidth: licence.implicitWidth + 16
-                        implicitHeight: licence.implicitHeight + 8
-                        Label {
-                            id: licence
-                            anchors.centerIn: parent
-                            text: detail.scene ? (detail.scene.license || qsTr("none")) : ""
-                            font.pixelSize: 12
-                        }
+                    LicenceBadge {
+                        licence: detail.scene ? detail.scene.license : ""
                     }
                     Switch {
                         text: qsTr("Relicensable")
