@@ -11,6 +11,7 @@
 #include "app/trace.h"
 #include "config/configapp.h"
 #include "config/configviewmodel.h"
+#include "config/focussaving.h"
 #include "config/qmltypes.h"
 #include "config/qtquick2applicationviewer.h"
 #include "config/scenelibrary.h"
@@ -111,13 +112,6 @@ int main(int argc, char** argv)
         }
         CStats::Instance().Exit();
     });
-    // Whatever the user changed reaches the disk when the window loses focus.
-    QObject::connect(&application, &QGuiApplication::applicationStateChanged, [&root](Qt::ApplicationState state) {
-        if (!root || state == Qt::ApplicationActive)
-            return;
-        root->CommitActivePlaylist();
-        root->SaveConfiguration();
-    });
 
     CSingleInstance instance(QString::fromStdString(g_paths.m_userPath));
     const QString importFile = parser.value(import);
@@ -150,6 +144,7 @@ int main(int argc, char** argv)
     auto viewModel = std::make_unique<CConfigViewModel>(&config, QString::fromStdString(host->m_configPath));
     viewModel->setAudioSourceLister(ListSources);
     root = viewModel.get();
+    SaveWhenFocusLeaves(application, *root);
     SetQmlRootViewModel(root);
     SceneLibrary::Load(*root);
 

@@ -6,6 +6,7 @@
 #include "app/director/playlist.h"
 #include "app/paths.h"
 #include "config/configviewmodel.h"
+#include "config/focussaving.h"
 #include "config/qmltypes.h"
 #include "config/sceneimageprovider.h"
 #include "config/scenelibrary.h"
@@ -17,6 +18,7 @@
 #include <QDir>
 #include <QDirIterator>
 #include <QFile>
+#include <QGuiApplication>
 #include <QQmlContext>
 #include <QQmlEngine>
 #include <QQuickWindow>
@@ -79,6 +81,11 @@ public:
                            [](const std::string& tag) { return QString::fromStdString(tag); });
         return tags;
     }
+    // As if the user switched to another program.
+    Q_INVOKABLE void leaveFocus() const
+    {
+        Q_EMIT qGuiApp->applicationStateChanged(Qt::ApplicationInactive);
+    }
     Q_INVOKABLE QString readFile(const QString& path) const
     {
         QFile file(path);
@@ -122,6 +129,7 @@ public Q_SLOTS:
             m_helper.m_launched = QStringList{program} + arguments;
         });
         SetQmlRootViewModel(m_root.get());
+        SaveWhenFocusLeaves(*qGuiApp, *m_root);
         SceneLibrary::Load(*m_root);
 
         engine->addImageProvider(QStringLiteral("lmscene"), new CSceneImageProvider);

@@ -117,6 +117,21 @@ TestCase {
         verify(testHelper.readFile(userPath + "/config.xml").indexOf("Night.lmp") >= 0)
     }
 
+    function test_4b_settingsReachTheFileWhenTheFocusLeaves() {
+        window.showPage(2)
+        waitForRendering(window.contentItem)
+        var stats = child("statsSwitch")
+        verify(!stats.checked)
+        // Below the fold at this size: reached by the keyboard.
+        stats.forceActiveFocus()
+        keyClick(Qt.Key_Space)
+        verify(ConfigViewModel.sendUsageStats)
+        var before = testHelper.readFile(userPath + "/config.xml")
+        verify(before.indexOf('SendAnonymousUsageInfo="1"') < 0)
+        testHelper.leaveFocus()
+        verify(testHelper.readFile(userPath + "/config.xml").indexOf('SendAnonymousUsageInfo="1"') >= 0)
+    }
+
     function test_5_screenshot() {
         ConfigViewModel.activePlaylist = ConfigViewModel.playlists[0]
         window.showPage(0)
