@@ -123,10 +123,14 @@ int main(int argc, char** argv)
         else if (recipe.m_sceneType == 0x100)
             playlist.Add(playlist.m_scenes, file);
     }
+    std::filesystem::create_directories(data / "playlists");
+    // The configuration program edits playlists without layered entries only,
+    // so a first start offers this one to change.
+    if (!playlist.Save((data / "playlists/My playlist.lmp").string()))
+        result = 1;
     // One layered entry: a background with sparks in front and the vignette over both.
     playlist.Add(playlist.m_scenes, "[apppath]scenes/ColourField.lmc;[apppath]scenes/layers/Sparks.lmc;"
                                     "[apppath]scenes/post/Vignette.lmc");
-    std::filesystem::create_directories(data / "playlists");
     if (!playlist.Save((data / "playlists/Default.lmp").string()))
         result = 1;
 

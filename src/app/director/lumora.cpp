@@ -162,7 +162,7 @@ void CLumora::ForceRestoreActive()
 
 bool CLumora::ShowConfig()
 {
-    if (!LaunchConfigProgram())
+    if (!LaunchConfigProgram(m_configProgramDir))
         return false;
     if (m_requestClose)
         m_requestClose();

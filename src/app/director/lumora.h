@@ -104,6 +104,8 @@ public:
     bool m_randomizeScene = true;
     // Asked to close the visualizer, after ShowConfig started the other program.
     std::function<void()> m_requestClose;
+    // Where ShowConfig finds "lumora-config"; empty is beside this program.
+    std::string m_configProgramDir;
     // The host's frame loop, for the editor's frame rate settings; may be null.
     class CFrameLoop* m_frameLoop = nullptr;
     // Most of an update that waiting editor commands may take, in ms.

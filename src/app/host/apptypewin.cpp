@@ -38,6 +38,10 @@ bool CAppTypeWin::Init()
     TRACE("CAppTypeWin::Init");
     // A missing or broken file leaves the defaults, which is fine for a run.
     m_config->Load(m_configPath);
+    // The front end edits settings and draws nothing: its previews run in
+    // the visualizer's own process.
+    if (m_appType == EAppType::ConfigFrontEnd)
+        return true;
     m_render = m_makeRender ? m_makeRender(m_userApp) : nullptr;
     if (!m_render)
         return Error("No render to draw with");

@@ -23,7 +23,8 @@ public:
     CAppTypeWin& operator=(const CAppTypeWin&) = delete;
 
     // Configuration, render and monitors; false leaves no working render and
-    // the loop must not start.
+    // the loop must not start. The configuration front end gets only the
+    // configuration.
     virtual bool Init();
     // The windows of the window mode and the context on them.
     bool CreateWindows();

@@ -187,8 +187,10 @@ TEST_F(Director, RunTimesComeFromTheSettingsOrThePlaylist)
     Run(fromPlaylist, 20);
     EXPECT_EQ(Active(fromPlaylist), before);
 
-    // No configuration program beside this one: said, and the run goes on.
+    // No configuration program where it is looked for: said, and the run goes on.
     bool closed = false;
+    CTempDir empty;
+    fromPlaylist.m_configProgramDir = empty.Path();
     fromPlaylist.m_requestClose = [&closed] { closed = true; };
     EXPECT_FALSE(fromPlaylist.ShowConfig());
     EXPECT_FALSE(closed);
